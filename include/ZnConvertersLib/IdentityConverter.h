@@ -1,0 +1,34 @@
+#pragma once
+
+#include <atomic>
+
+#include "ZnConvertersLib/PixelConverter.h"
+
+namespace ZnConvertersLib {
+
+class PixelType;
+
+// Copies lines unchanged. Line sizes come from the registered pixel type's
+// GetBufferSizeFor(width, 1), so packed types copy whole packed lines; for an identifier
+// the registry does not know, pixel size × width.
+class IdentityConverter : public PixelConverter {
+public:
+    IdentityConverter(const int64& sourceTypeID, const int64& destinationTypeID,
+                      uint32_t sourcePixelSize, uint32_t destinationPixelSize);
+    ~IdentityConverter() override;
+
+    uint32_t GetSourceLineSize(uint32_t width) const override;
+    uint32_t GetDestinationLineSize(uint32_t width) const override;
+    ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
+                                    uint32_t width) const override;
+    ZnUtilsLib::Result ConvertPixel(const unsigned char* source,
+                                    unsigned char* destination) const override;
+
+private:
+    // Registered types are never removed or replaced, so once found they are cached and
+    // later line calls need no registry lock.
+    mutable std::atomic<const PixelType*> mSourceType{nullptr};
+    mutable std::atomic<const PixelType*> mDestinationType{nullptr};
+};
+
+}  // namespace ZnConvertersLib

@@ -1,0 +1,67 @@
+#pragma once
+
+// What a line kernel takes from the calling thread's conversion context: the output
+// plane size (planar output), the 8-bit filter tables, strides and heights.
+
+#include <cstddef>
+#include <cstdint>
+
+#include "ZnConvertersLib/ConversionContext.h"
+#include "ZnConvertersLib/PixelConverter.h"
+#include "ZnConvertersLib/RGBFilter.h"
+
+namespace ZnConvertersLib {
+
+// The three 8-bit tables of the active filter. A kernel called outside a conversion
+// (no filter in the context) gets the 8-bit identity tables.
+struct FilterTables8 {
+    explicit FilterTables8(const ConversionContext& context) {
+        const RGBFilter& filter = context.filter ? *context.filter : GetDefaultFilter(8);
+        red = filter.GetRedTable8();
+        green = filter.GetGreenTable8();
+        blue = filter.GetBlueTable8();
+    }
+    const uint8_t* red;
+    const uint8_t* green;
+    const uint8_t* blue;
+};
+
+// Binds an output policy to one destination line.
+template <class Output>
+class LineWriter {
+public:
+    LineWriter(unsigned char* line, const ConversionContext& context)
+        : mLine(line),
+          mPlaneSize(Output::kIsPlanar ? context.destinationStride * context.destinationHeight
+                                       : 0) {}
+
+    void Store(std::ptrdiff_t i, uint8_t r, uint8_t g, uint8_t b) const {
+        Output::Store(mLine, mPlaneSize, i, r, g, b);
+    }
+    void StoreGray(std::ptrdiff_t i, uint8_t v) const {
+        Output::StoreGray(mLine, mPlaneSize, i, v);
+    }
+    // Filters each channel through its own table, then stores.
+    void StoreFiltered(std::ptrdiff_t i, const FilterTables8& tables, uint8_t r, uint8_t g,
+                       uint8_t b) const {
+        Output::Store(mLine, mPlaneSize, i, tables.red[r], tables.green[g], tables.blue[b]);
+    }
+
+    unsigned char* Line() const { return mLine; }
+    uint32_t PlaneSize() const { return mPlaneSize; }
+
+private:
+    unsigned char* mLine;
+    uint32_t mPlaneSize;
+};
+
+inline uint32_t LoadLE16(const unsigned char* p) {
+    return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8);
+}
+
+inline uint32_t LoadLE32(const unsigned char* p) {
+    return static_cast<uint32_t>(p[0]) | (static_cast<uint32_t>(p[1]) << 8) |
+           (static_cast<uint32_t>(p[2]) << 16) | (static_cast<uint32_t>(p[3]) << 24);
+}
+
+}  // namespace ZnConvertersLib

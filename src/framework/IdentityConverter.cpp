@@ -1,0 +1,43 @@
+#include "ZnConvertersLib/IdentityConverter.h"
+
+#include <cstring>
+
+#include "RegisteredTypeCache.h"
+#include "ZnConvertersLib/PixelType.h"
+
+namespace ZnConvertersLib {
+
+using ZnUtilsLib::Result;
+
+IdentityConverter::IdentityConverter(const int64& sourceTypeID, const int64& destinationTypeID,
+                                     uint32_t sourcePixelSize, uint32_t destinationPixelSize)
+    : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize, 1,
+                     1) {}
+
+IdentityConverter::~IdentityConverter() = default;
+
+uint32_t IdentityConverter::GetSourceLineSize(uint32_t width) const {
+    const PixelType* type = FindRegisteredType(mSourceType, GetSourceTypeID());
+    return type ? type->GetBufferSizeFor(width, 1) : GetSourcePixelSize() * width;
+}
+
+uint32_t IdentityConverter::GetDestinationLineSize(uint32_t width) const {
+    const PixelType* type = FindRegisteredType(mDestinationType, GetDestinationTypeID());
+    return type ? type->GetBufferSizeFor(width, 1) : GetDestinationPixelSize() * width;
+}
+
+Result IdentityConverter::ConvertLines(const unsigned char* source, unsigned char* destination,
+                                       uint32_t width) const {
+    const uint32_t size = GetSourceLineSize(width);
+    if (size != 0) std::memcpy(destination, source, size);
+    return Result(ResultCode::kSuccess);
+}
+
+Result IdentityConverter::ConvertPixel(const unsigned char* source,
+                                       unsigned char* destination) const {
+    const uint32_t size = GetSourceLineSize(1);
+    if (size != 0) std::memcpy(destination, source, size);
+    return Result(ResultCode::kSuccess);
+}
+
+}  // namespace ZnConvertersLib

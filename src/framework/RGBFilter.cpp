@@ -1,0 +1,121 @@
+#include "ZnConvertersLib/RGBFilter.h"
+
+#include <vector>
+
+#include "ZnConvertersLib/Types.h"
+
+namespace ZnConvertersLib {
+
+using ZnUtilsLib::Result;
+
+struct RGBFilter::Tables {
+    explicit Tables(uint32_t entries)
+        : red8(256), green8(256), blue8(256), red16(entries), green16(entries), blue16(entries) {}
+    std::vector<uint8_t> red8, green8, blue8;
+    std::vector<unsigned short> red16, green16, blue16;
+};
+
+RGBFilter::RGBFilter(uint32_t bitSize)
+    : mBitSize(bitSize),
+      mEntryCount(1u << (bitSize & 31)),
+      mMaximumValue(mEntryCount - 1),
+      mIsIdentity(false),
+      mTables(std::make_shared<Tables>(mEntryCount)) {
+    mRed8 = mTables->red8.data();
+    mGreen8 = mTables->green8.data();
+    mBlue8 = mTables->blue8.data();
+    mRed16 = mTables->red16.data();
+    mGreen16 = mTables->green16.data();
+    mBlue16 = mTables->blue16.data();
+    SetIdentity();
+}
+
+RGBFilter::RGBFilter(const RGBFilter& other) = default;
+RGBFilter& RGBFilter::operator=(const RGBFilter& other) = default;
+
+RGBFilter::~RGBFilter() {
+    mRed8 = mGreen8 = mBlue8 = nullptr;
+    mRed16 = mGreen16 = mBlue16 = nullptr;
+}
+
+uint32_t RGBFilter::GetBitSize() const { return mBitSize; }
+uint32_t RGBFilter::GetEntryCount() const { return mEntryCount; }
+
+Result RGBFilter::SetValue(unsigned short* table16, uint8_t* table8, uint32_t index,
+                           unsigned short value, bool updateIdentity) {
+    if (index >= GetEntryCount() || value >= GetEntryCount()) {
+        return Result(ResultCode::kInvalidRequest);
+    }
+    table16[index] = value;
+    uint32_t written = value;
+    if (index < 256) {
+        table8[index] = static_cast<uint8_t>(value >= 256 ? 255 : value);
+        written = table8[index];
+    }
+    if (updateIdentity) {
+        if (index == written) {
+            UpdateIdentity();
+        } else {
+            mIsIdentity = false;
+        }
+    }
+    return Result(ResultCode::kSuccess);
+}
+
+Result RGBFilter::SetRedValue(uint32_t index, unsigned short value, bool updateIdentity) {
+    return SetValue(mRed16, mRed8, index, value, updateIdentity);
+}
+Result RGBFilter::SetGreenValue(uint32_t index, unsigned short value, bool updateIdentity) {
+    return SetValue(mGreen16, mGreen8, index, value, updateIdentity);
+}
+Result RGBFilter::SetBlueValue(uint32_t index, unsigned short value, bool updateIdentity) {
+    return SetValue(mBlue16, mBlue8, index, value, updateIdentity);
+}
+
+Result RGBFilter::SetMultipliers(double red, double green, double blue) {
+    return SetMultipliers(red, green, blue, 0, 0, 0);
+}
+
+Result RGBFilter::SetMultipliers(double red, double green, double blue, unsigned short redOffset,
+                                 unsigned short greenOffset, unsigned short blueOffset) {
+    if (red < 0.0 || green < 0.0 || blue < 0.0) return Result(ResultCode::kInvalidRequest);
+    const uint32_t count = GetEntryCount();
+    const auto scaled = [count](uint32_t i, double multiplier, unsigned short offset) {
+        double v = static_cast<double>(i) * multiplier + static_cast<double>(offset);
+        if (v >= static_cast<double>(count)) v = static_cast<double>(count) - 1.0;
+        return static_cast<unsigned short>(static_cast<uint32_t>(v));
+    };
+    for (uint32_t i = 0; i < count; ++i) {
+        SetRedValue(i, scaled(i, red, redOffset), false);
+        SetGreenValue(i, scaled(i, green, greenOffset), false);
+        SetBlueValue(i, scaled(i, blue, blueOffset), false);
+    }
+    UpdateIdentity();
+    return Result(ResultCode::kSuccess);
+}
+
+void RGBFilter::SetIdentity() {
+    const uint32_t count = GetEntryCount();
+    for (uint32_t i = 0; i < count; ++i) {
+        const auto v = static_cast<unsigned short>(i);
+        SetRedValue(i, v, false);
+        SetGreenValue(i, v, false);
+        SetBlueValue(i, v, false);
+    }
+    mIsIdentity = true;
+}
+
+void RGBFilter::UpdateIdentity() {
+    // Index 256 can never match an 8-bit green entry, so wider filters never report
+    // identity from here; stopping there keeps every read inside the 8-bit tables.
+    const uint32_t count = mEntryCount;
+    mIsIdentity = count <= 256;
+    const uint32_t checked = count < 256 ? count : 256;
+    for (uint32_t i = 0; i < checked && mIsIdentity; ++i) {
+        if (mRed16[i] != i || mGreen8[i] != i || mBlue8[i] != i || mRed8[i] != i) {
+            mIsIdentity = false;
+        }
+    }
+}
+
+}  // namespace ZnConvertersLib
