@@ -29,6 +29,9 @@ private:
     // later line calls need no registry lock.
     mutable std::atomic<const PixelType*> mSourceType{nullptr};
     mutable std::atomic<const PixelType*> mDestinationType{nullptr};
+    // Last (width, source line size) pair answered from a registered type, packed as
+    // width << 32 | size: line calls of one conversion all ask for the same width.
+    mutable std::atomic<uint64_t> mLastSourceLine{0};
 };
 
 }  // namespace ZnConvertersLib

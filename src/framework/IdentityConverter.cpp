@@ -17,8 +17,15 @@ IdentityConverter::IdentityConverter(const int64& sourceTypeID, const int64& des
 IdentityConverter::~IdentityConverter() = default;
 
 uint32_t IdentityConverter::GetSourceLineSize(uint32_t width) const {
+    const uint64_t last = mLastSourceLine.load(std::memory_order_relaxed);
+    if (static_cast<uint32_t>(last >> 32) == width && mSourceType.load(std::memory_order_acquire)) {
+        return static_cast<uint32_t>(last);
+    }
     const PixelType* type = FindRegisteredType(mSourceType, GetSourceTypeID());
-    return type ? type->GetBufferSizeFor(width, 1) : GetSourcePixelSize() * width;
+    if (type == nullptr) return GetSourcePixelSize() * width;
+    const uint32_t size = type->GetBufferSizeFor(width, 1);
+    mLastSourceLine.store((static_cast<uint64_t>(width) << 32) | size, std::memory_order_relaxed);
+    return size;
 }
 
 uint32_t IdentityConverter::GetDestinationLineSize(uint32_t width) const {

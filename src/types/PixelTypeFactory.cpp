@@ -1,5 +1,6 @@
 #include "ZnConvertersLib/PixelTypeFactory.h"
 
+#include <atomic>
 #include <limits>
 #include <new>
 
@@ -19,12 +20,21 @@ namespace {
 
 constexpr const char* kUnregisteredName = "Unregistered pixel type";
 
-ZnUtilsLib::Mutex* gModuleLock = nullptr;
+std::atomic<ZnUtilsLib::Mutex*> gModuleLock{nullptr};
 
-// Not itself locked: the first call happens while the library loads, on one thread.
+// Created by the first factory call (at load). Creation is race-free even when the first
+// call comes from several threads at once: the loser of the exchange discards its lock.
 ZnUtilsLib::Mutex& ModuleLock() {
-    if (gModuleLock == nullptr) gModuleLock = new ZnUtilsLib::Mutex(0);
-    return *gModuleLock;
+    ZnUtilsLib::Mutex* lock = gModuleLock.load(std::memory_order_acquire);
+    if (lock == nullptr) {
+        auto* created = new ZnUtilsLib::Mutex(0);
+        if (gModuleLock.compare_exchange_strong(lock, created, std::memory_order_acq_rel)) {
+            lock = created;
+        } else {
+            delete created;
+        }
+    }
+    return *lock;
 }
 
 class NullConverterType : public PixelConverter {
@@ -286,8 +296,7 @@ void PixelTypeFactoryLifetime::TearDown() {
             PixelTypeFactory::sInternal = nullptr;
         }
     }
-    delete gModuleLock;
-    gModuleLock = nullptr;
+    delete gModuleLock.exchange(nullptr);
 }
 
 }  // namespace ZnConvertersLib

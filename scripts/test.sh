@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Builds and runs every test three ways: an optimised build, an AddressSanitizer +
+# UndefinedBehaviorSanitizer build, and a ThreadSanitizer build of the concurrency tests.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/install-deps.sh
+
+jobs=${JOBS:-$(nproc)}
+
+suite() {
+  local name=$1
+  shift
+  echo "=== ${name} ==="
+  cmake -S . -B "build/${name}" -DZN_BUILD_BENCHMARKS=OFF "$@" >/dev/null
+  cmake --build "build/${name}" -j "${jobs}"
+  ctest --test-dir "build/${name}" --output-on-failure -j "${jobs}"
+}
+
+suite release -DCMAKE_BUILD_TYPE=Release -DZN_SANITIZE=
+ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
+  suite asan -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE=-O1 -DZN_SANITIZE=address
+TSAN_OPTIONS=halt_on_error=1 \
+  suite tsan -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE=-O1 -DZN_SANITIZE=thread \
+  -DZN_CONCURRENCY_TESTS_ONLY=ON
+echo "all test suites passed"
