@@ -17,9 +17,9 @@ constexpr uint32_t kWidth = 1920, kHeight = 1080, kBytes = kWidth * kHeight * 4;
 
 void SetRates(benchmark::State& state) {
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * kBytes);
-    state.counters["MPix/s"] = benchmark::Counter(
-        static_cast<double>(state.iterations()) * kWidth * kHeight / 1e6,
-        benchmark::Counter::kIsRate);
+    state.counters["MPix/s"] =
+        benchmark::Counter(static_cast<double>(state.iterations()) * kWidth * kHeight / 1e6,
+                           benchmark::Counter::kIsRate);
 }
 
 void BM_Memcpy_RGB32_1080p(benchmark::State& state) {

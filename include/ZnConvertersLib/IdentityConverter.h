@@ -19,6 +19,15 @@ public:
 
     uint32_t GetSourceLineSize(uint32_t width) const override;
     uint32_t GetDestinationLineSize(uint32_t width) const override;
+    // When both images are contiguous (no padding, equal strides, progressive source) the
+    // frame is copied in one block; otherwise the line walk of the base class runs. The
+    // bytes written are the same either way.
+    ZnUtilsLib::Result Convert(const unsigned char* source, uint32_t sourceWidth,
+                               uint32_t sourceHeight, unsigned char* destination,
+                               uint32_t destinationWidth, uint32_t destinationHeight,
+                               uint32_t width, uint32_t height, uint32_t flags,
+                               uint32_t destinationPadding, unsigned char** scratchBuffer,
+                               uint32_t* scratchBufferSize, uint32_t sourcePadding) const override;
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override;
     ZnUtilsLib::Result ConvertPixel(const unsigned char* source,

@@ -36,15 +36,15 @@ public:
                    uint32_t sourcePixelSize, uint32_t destinationPixelSize,
                    uint32_t pixelGranularity, uint32_t lineGranularity);
 
-    virtual ~PixelConverter();                                         // slot 0
-    virtual const int64& GetSourceTypeID() const;                      // slot 1
-    virtual const int64& GetDestinationTypeID() const;                 // slot 2
-    virtual uint32_t GetSourceLineSize(uint32_t width) const;          // slot 3
-    virtual uint32_t GetSourcePixelSize() const;                       // slot 4
-    virtual uint32_t GetDestinationLineSize(uint32_t width) const;     // slot 5
-    virtual uint32_t GetDestinationPixelSize() const;                  // slot 6
-    virtual uint32_t GetPixelGranularity() const;                      // slot 7
-    virtual uint32_t GetLineGranularity() const;                       // slot 8
+    virtual ~PixelConverter();                                      // slot 0
+    virtual const int64& GetSourceTypeID() const;                   // slot 1
+    virtual const int64& GetDestinationTypeID() const;              // slot 2
+    virtual uint32_t GetSourceLineSize(uint32_t width) const;       // slot 3
+    virtual uint32_t GetSourcePixelSize() const;                    // slot 4
+    virtual uint32_t GetDestinationLineSize(uint32_t width) const;  // slot 5
+    virtual uint32_t GetDestinationPixelSize() const;               // slot 6
+    virtual uint32_t GetPixelGranularity() const;                   // slot 7
+    virtual uint32_t GetLineGranularity() const;                    // slot 8
     // Converts the single last line of an image whose height is not a multiple of the
     // line granularity. Base: code 26.
     virtual ZnUtilsLib::Result ConvertRemainderLine(const unsigned char* source,
@@ -68,8 +68,7 @@ public:
                                        uint32_t* scratchBufferSize,
                                        uint32_t sourcePadding) const;  // slot 11
     // Converts one step of line granularity. Base: code 26.
-    virtual ZnUtilsLib::Result ConvertLines(const unsigned char* source,
-                                            unsigned char* destination,
+    virtual ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                             uint32_t width) const;  // slot 12
     // Base: code 26.
     virtual ZnUtilsLib::Result ConvertPixel(const unsigned char* source,

@@ -14,9 +14,9 @@ public:
     // The Bayer flag is kept only when bit 17 (the RGB colour space) of id is set.
     PixelType(const int64& id, unsigned short bitSize, unsigned short byteSize, bool isBayer);
 
-    virtual ~PixelType();                           // slot 0
-    virtual PixelType* Clone() const;                 // slot 1: a base-class copy, owned by the caller
-    virtual const int64& GetTypeID() const;           // slot 2
+    virtual ~PixelType();                    // slot 0
+    virtual PixelType* Clone() const;        // slot 1: a base-class copy, owned by the caller
+    virtual const int64& GetTypeID() const;  // slot 2
     virtual unsigned short GetPixelBitSize() const;   // slot 3
     virtual unsigned short GetPixelByteSize() const;  // slot 4
     virtual bool IsBayerPattern() const;              // slot 5

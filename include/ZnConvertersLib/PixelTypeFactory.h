@@ -65,8 +65,8 @@ public:
                                     bool packed, bool interlaced, bool planar, int64 tapLayout,
                                     bool bayer);
     static PixelType* CreatePixelType(uint32_t bitSize, int64 colorSpace, bool normalized,
-                                      bool packed, bool interlaced, bool planar,
-                                      int64 tapLayout, bool bayer, uint32_t index);
+                                      bool packed, bool interlaced, bool planar, int64 tapLayout,
+                                      bool bayer, uint32_t index);
 
     // Pointer-returning lookups: null for an unknown key.
     static const PixelType* FindPixelType(const int64& id);

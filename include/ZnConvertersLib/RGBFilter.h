@@ -20,15 +20,14 @@ public:
     RGBFilter(const RGBFilter& other);
     RGBFilter& operator=(const RGBFilter& other);
 
-    virtual ~RGBFilter();                          // slot 0
-    virtual uint32_t GetBitSize() const;           // slot 1
-    virtual uint32_t GetEntryCount() const;        // slot 2
+    virtual ~RGBFilter();                    // slot 0
+    virtual uint32_t GetBitSize() const;     // slot 1
+    virtual uint32_t GetEntryCount() const;  // slot 2
     // value = truncate(min(index * multiplier + offset, entryCount - 1)); code 18 if any
     // multiplier is negative.
     virtual ZnUtilsLib::Result SetMultipliers(double red, double green, double blue,
-                                              unsigned short redOffset,
-                                              unsigned short greenOffset,
-                                              unsigned short blueOffset);  // slot 3
+                                              unsigned short redOffset, unsigned short greenOffset,
+                                              unsigned short blueOffset);              // slot 3
     virtual ZnUtilsLib::Result SetMultipliers(double red, double green, double blue);  // slot 4
     // Code 18 when index or value is not below the entry count.
     virtual ZnUtilsLib::Result SetRedValue(uint32_t index, unsigned short value,

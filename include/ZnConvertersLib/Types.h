@@ -27,17 +27,21 @@ constexpr uint32_t kDualLeftInvertedRight = 0x04000000;
 constexpr uint32_t kDualLeftInvertedRightInverted = 0x08000000;
 constexpr uint32_t kDualLines = 0x10000000;
 
-constexpr uint32_t Low32(int64 id) { return static_cast<uint32_t>(static_cast<uint64_t>(id)); }
-constexpr bool Has(int64 id, uint32_t bits) { return (Low32(id) & bits) != 0; }
+constexpr uint32_t Low32(int64 id) {
+    return static_cast<uint32_t>(static_cast<uint64_t>(id));
+}
+constexpr bool Has(int64 id, uint32_t bits) {
+    return (Low32(id) & bits) != 0;
+}
 }  // namespace PixelTypeBits
 
 // Result codes produced by this library.
 namespace ResultCode {
 constexpr uint32_t kSuccess = 0;
-constexpr uint32_t kInvalidRequest = 18;    // already registered; negative multiplier; bad index
-constexpr uint32_t kOutOfMemory = 24;       // registry state could not be allocated
-constexpr uint32_t kNothingDone = 25;       // ClonePixelConverters cloned nothing
-constexpr uint32_t kNotSupported = 26;      // converter operation not provided
+constexpr uint32_t kInvalidRequest = 18;      // already registered; negative multiplier; bad index
+constexpr uint32_t kOutOfMemory = 24;         // registry state could not be allocated
+constexpr uint32_t kNothingDone = 25;         // ClonePixelConverters cloned nothing
+constexpr uint32_t kNotSupported = 26;        // converter operation not provided
 constexpr uint32_t kFileOpenFailed = 0x4000;  // BMPSaver could not open the file
 }  // namespace ResultCode
 

@@ -5,14 +5,19 @@ namespace ZnConvertersLib {
 
 const RGBFilter& GetDefaultFilter(uint32_t bitSize) {
     // Built together on first use (at load) and never changed, so they stay identities.
-    static const RGBFilter sFilters[] = {RGBFilter(8), RGBFilter(10), RGBFilter(12),
-                                         RGBFilter(14), RGBFilter(16)};
+    static const RGBFilter sFilters[] = {RGBFilter(8), RGBFilter(10), RGBFilter(12), RGBFilter(14),
+                                         RGBFilter(16)};
     switch (bitSize) {
-        case 8: return sFilters[0];
-        case 10: return sFilters[1];
-        case 12: return sFilters[2];
-        case 14: return sFilters[3];
-        default: return sFilters[4];
+        case 8:
+            return sFilters[0];
+        case 10:
+            return sFilters[1];
+        case 12:
+            return sFilters[2];
+        case 14:
+            return sFilters[3];
+        default:
+            return sFilters[4];
     }
 }
 

@@ -41,22 +41,30 @@ PixelConverter::~PixelConverter() {
     mDescriptor = nullptr;
 }
 
-const int64& PixelConverter::GetSourceTypeID() const { return mDescriptor->sourceTypeID; }
+const int64& PixelConverter::GetSourceTypeID() const {
+    return mDescriptor->sourceTypeID;
+}
 const int64& PixelConverter::GetDestinationTypeID() const {
     return mDescriptor->destinationTypeID;
 }
 uint32_t PixelConverter::GetSourceLineSize(uint32_t width) const {
     return mDescriptor->sourcePixelSize * width;
 }
-uint32_t PixelConverter::GetSourcePixelSize() const { return mDescriptor->sourcePixelSize; }
+uint32_t PixelConverter::GetSourcePixelSize() const {
+    return mDescriptor->sourcePixelSize;
+}
 uint32_t PixelConverter::GetDestinationLineSize(uint32_t width) const {
     return mDescriptor->destinationPixelSize * width;
 }
 uint32_t PixelConverter::GetDestinationPixelSize() const {
     return mDescriptor->destinationPixelSize;
 }
-uint32_t PixelConverter::GetPixelGranularity() const { return mDescriptor->pixelGranularity; }
-uint32_t PixelConverter::GetLineGranularity() const { return mDescriptor->lineGranularity; }
+uint32_t PixelConverter::GetPixelGranularity() const {
+    return mDescriptor->pixelGranularity;
+}
+uint32_t PixelConverter::GetLineGranularity() const {
+    return mDescriptor->lineGranularity;
+}
 
 Result PixelConverter::ConvertRemainderLine(const unsigned char*, unsigned char*, uint32_t) const {
     return Result(ResultCode::kNotSupported);
@@ -73,10 +81,10 @@ Result PixelConverter::ConvertPixel(const unsigned char*, unsigned char*) const 
 Result PixelConverter::ConvertFiltered(const RGBFilter* filter, const unsigned char* source,
                                        uint32_t sourceWidth, uint32_t sourceHeight,
                                        unsigned char* destination, uint32_t destinationWidth,
-                                       uint32_t destinationHeight, uint32_t width,
-                                       uint32_t height, uint32_t flags,
-                                       uint32_t destinationPadding, unsigned char** scratchBuffer,
-                                       uint32_t* scratchBufferSize, uint32_t sourcePadding) const {
+                                       uint32_t destinationHeight, uint32_t width, uint32_t height,
+                                       uint32_t flags, uint32_t destinationPadding,
+                                       unsigned char** scratchBuffer, uint32_t* scratchBufferSize,
+                                       uint32_t sourcePadding) const {
     ConversionContextScope context;
     context->filter = filter;
     return Convert(source, sourceWidth, sourceHeight, destination, destinationWidth,
@@ -99,7 +107,8 @@ Result PixelConverter::Convert(const unsigned char* source, uint32_t sourceWidth
     if ((flags & kBayerPatternFlags) == 0) flags |= kDefaultBayerPattern;
 
     const uint32_t sourceStride = GetSourceLineSize(sourceWidth) + sourcePadding;
-    const uint32_t destinationStride = GetDestinationLineSize(destinationWidth) + destinationPadding;
+    const uint32_t destinationStride =
+        GetDestinationLineSize(destinationWidth) + destinationPadding;
     context->sourceStride = sourceStride;
     context->sourceHeight = sourceHeight;
     context->destinationStride = destinationStride;

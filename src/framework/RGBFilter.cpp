@@ -38,8 +38,12 @@ RGBFilter::~RGBFilter() {
     mRed16 = mGreen16 = mBlue16 = nullptr;
 }
 
-uint32_t RGBFilter::GetBitSize() const { return mBitSize; }
-uint32_t RGBFilter::GetEntryCount() const { return mEntryCount; }
+uint32_t RGBFilter::GetBitSize() const {
+    return mBitSize;
+}
+uint32_t RGBFilter::GetEntryCount() const {
+    return mEntryCount;
+}
 
 Result RGBFilter::SetValue(unsigned short* table16, uint8_t* table8, uint32_t index,
                            unsigned short value, bool updateIdentity) {

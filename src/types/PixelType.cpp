@@ -8,8 +8,7 @@ namespace ZnConvertersLib {
 
 using namespace PixelTypeBits;
 
-PixelType::PixelType(const int64& id, unsigned short bitSize, unsigned short byteSize,
-                     bool isBayer)
+PixelType::PixelType(const int64& id, unsigned short bitSize, unsigned short byteSize, bool isBayer)
     : mTypeID(id), mBitSize(bitSize), mByteSize(byteSize), mIsBayer(isBayer && Has(id, kRGB)) {}
 
 PixelType::~PixelType() = default;
@@ -19,10 +18,18 @@ PixelType* PixelType::Clone() const {
         PixelType(GetTypeID(), GetPixelBitSize(), GetPixelByteSize(), IsBayerPattern());
 }
 
-const int64& PixelType::GetTypeID() const { return mTypeID; }
-unsigned short PixelType::GetPixelBitSize() const { return mBitSize; }
-unsigned short PixelType::GetPixelByteSize() const { return mByteSize; }
-bool PixelType::IsBayerPattern() const { return mIsBayer; }
+const int64& PixelType::GetTypeID() const {
+    return mTypeID;
+}
+unsigned short PixelType::GetPixelBitSize() const {
+    return mBitSize;
+}
+unsigned short PixelType::GetPixelByteSize() const {
+    return mByteSize;
+}
+bool PixelType::IsBayerPattern() const {
+    return mIsBayer;
+}
 
 uint32_t PixelType::GetBufferSizeFor(uint32_t width, uint32_t height) const {
     const uint32_t id = Low32(GetTypeID());

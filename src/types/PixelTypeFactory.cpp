@@ -52,7 +52,9 @@ PixelTypeFactoryInternal* PixelTypeFactoryLifetime::EnsureState() {
 }
 
 namespace {
-PixelTypeFactoryInternal* EnsureState() { return PixelTypeFactoryLifetime::EnsureState(); }
+PixelTypeFactoryInternal* EnsureState() {
+    return PixelTypeFactoryLifetime::EnsureState();
+}
 }  // namespace
 
 const PixelType& PixelTypeFactory::NullPixelType() {
@@ -73,8 +75,8 @@ Result PixelTypeFactory::RegisterPixelType(const int64& id, const PixelType* typ
     if (state->types.count(id) != 0) return Result(ResultCode::kInvalidRequest);
 
     state->types[id] = type->Clone();
-    state->names[id] = name ? std::string(name)
-                            : ComposePixelTypeName(id, *type, type->IsBayerPattern());
+    state->names[id] =
+        name ? std::string(name) : ComposePixelTypeName(id, *type, type->IsBayerPattern());
 
     const uint32_t pixelSize = type->GetPixelByteSize();
     if (!HasConverter(id, id)) {
@@ -121,8 +123,8 @@ Result PixelTypeFactory::ClonePixelConverters(const int64& source, const int64& 
     Result result(ResultCode::kNothingDone);
     PixelTypeFactoryInternal* state = sInternal;
     if (state == nullptr) return result;
-    auto it = state->converters.lower_bound(
-        std::make_pair(source, std::numeric_limits<int64>::min()));
+    auto it =
+        state->converters.lower_bound(std::make_pair(source, std::numeric_limits<int64>::min()));
     // Registering (target, x) may insert into the map we walk; std::map iterators stay
     // valid, and a new entry lands under target, which this walk over source skips.
     for (; it != state->converters.end() && it->first.first == source; ++it) {
@@ -235,8 +237,7 @@ bool MatchesAttributes(const PixelType& type, uint32_t bitSize, int64 colorSpace
            bitSize == type.GetPixelBitSize() && normalized == ((bits & kNormalized) != 0) &&
            packed == ((bits & kPacked) != 0) && interlaced == ((bits & kInterlaced) != 0) &&
            planar == ((bits & kPlanar) != 0) &&
-           static_cast<int64>(bits & kTapLayoutMask) == tapLayout &&
-           bayer == type.IsBayerPattern();
+           static_cast<int64>(bits & kTapLayoutMask) == tapLayout && bayer == type.IsBayerPattern();
 }
 
 }  // namespace

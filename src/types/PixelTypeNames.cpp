@@ -12,10 +12,18 @@ std::string ComposePixelTypeName(const int64& id, const PixelType& type, bool is
     const uint32_t bits = Low32(id);
     std::string name;
     switch (bits & kColorSpaceMask) {
-        case kGrayscale: name = "Grayscale"; break;
-        case kRGB: name = isBayer ? "Bayer RGB" : "RGB"; break;
-        case kYUV: name = "YUV"; break;
-        default: name = "Unknown Colorspace"; break;
+        case kGrayscale:
+            name = "Grayscale";
+            break;
+        case kRGB:
+            name = isBayer ? "Bayer RGB" : "RGB";
+            break;
+        case kYUV:
+            name = "YUV";
+            break;
+        default:
+            name = "Unknown Colorspace";
+            break;
     }
     // The bit count follows the colour-space word without a separator ("Grayscale8-bits");
     // existing applications match on these names.
@@ -27,14 +35,23 @@ std::string ComposePixelTypeName(const int64& id, const PixelType& type, bool is
     if (bits & kPacked) name += ", Packed";
     if (bits & kPlanar) name += ", Planar";
     switch (bits & kTapLayoutMask) {
-        case kDualLeftRight: name += ", Dual Left+Right output"; break;
-        case kDualLeftRightInverted: name += ", Dual Left+Right Inverted output"; break;
-        case kDualLeftInvertedRight: name += ", Dual Left Inverted+Right output"; break;
+        case kDualLeftRight:
+            name += ", Dual Left+Right output";
+            break;
+        case kDualLeftRightInverted:
+            name += ", Dual Left+Right Inverted output";
+            break;
+        case kDualLeftInvertedRight:
+            name += ", Dual Left Inverted+Right output";
+            break;
         case kDualLeftInvertedRightInverted:
             name += ", Dual Left Inverted+Right Inverted output";
             break;
-        case kDualLines: name += ", Dual Lines output"; break;
-        default: break;  // single output, or several bits: no suffix
+        case kDualLines:
+            name += ", Dual Lines output";
+            break;
+        default:
+            break;  // single output, or several bits: no suffix
     }
     return name;
 }

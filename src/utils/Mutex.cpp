@@ -5,8 +5,14 @@ namespace ZnUtilsLib {
 Mutex::Mutex(long /*reserved*/) {}
 Mutex::~Mutex() = default;
 
-void Mutex::Lock() { mMutex.lock(); }
-void Mutex::Unlock() { mMutex.unlock(); }
-bool Mutex::TryLock() { return mMutex.try_lock(); }
+void Mutex::Lock() {
+    mMutex.lock();
+}
+void Mutex::Unlock() {
+    mMutex.unlock();
+}
+bool Mutex::TryLock() {
+    return mMutex.try_lock();
+}
 
 }  // namespace ZnUtilsLib

@@ -87,7 +87,8 @@ TEST(ConversionConcurrency, ThreadsRegisterAndLookUpTypesAndConvertersAtOnce) {
                 const int64 own = 0x7B00000000LL + t * 1000 + k;
                 const int64 shared = 0x7C00000000LL + k;
                 Grayscale8 type(own);
-                if (PixelTypeFactory::RegisterPixelType(own, &type, nullptr).IsFailure()) ++failures;
+                if (PixelTypeFactory::RegisterPixelType(own, &type, nullptr).IsFailure())
+                    ++failures;
                 PixelTypeFactory::RegisterPixelType(shared, &type, "shared");
                 if (!PixelTypeFactory::HasConverter(own, own)) ++failures;
                 if (PixelTypeFactory::GetPixelType(own).GetTypeID() != own) ++failures;

@@ -71,8 +71,8 @@ constexpr int64 kProgressive = 0x70101;  // unknown colour space, no attribute b
 constexpr int64 kInterlaced = 0x270102;  // Interlaced bit set
 
 Result RunConversion(const RecordingConverter& converter, uint32_t width, uint32_t height,
-           uint32_t flags = 0, uint32_t sourcePadding = 0, uint32_t destinationPadding = 0,
-           uint32_t sourceHeight = 0) {
+                     uint32_t flags = 0, uint32_t sourcePadding = 0,
+                     uint32_t destinationPadding = 0, uint32_t sourceHeight = 0) {
     static unsigned char source[1], destination[1];
     converter.Begin(source, destination);
     return converter.Convert(source, width, sourceHeight ? sourceHeight : height, destination,
@@ -86,8 +86,8 @@ TEST(PixelConverterWalk, HeightZeroRunsNoKernelAndClearsTheFilter) {
     const RecordingConverter converter(kProgressive, kProgressive + 1, 1, 1, 1);
     RGBFilter filter(8);
     ConversionContextScope outer;  // keeps the context alive to look at it afterwards
-    const Result result = converter.ConvertFiltered(&filter, nullptr, 4, 0, nullptr, 4, 0, 4, 0,
-                                                    0, 0, nullptr, nullptr, 0);
+    const Result result = converter.ConvertFiltered(&filter, nullptr, 4, 0, nullptr, 4, 0, 4, 0, 0,
+                                                    0, nullptr, nullptr, 0);
     EXPECT_EQ(result.GetCode(), 0u);
     EXPECT_TRUE(converter.calls.empty());
     EXPECT_EQ(outer->filter, nullptr);
@@ -249,8 +249,8 @@ TEST(ConversionContext, CountsNestedAcquisitionsAndIsFreshAfterTheLastRelease) {
 
 class IdentityConversion : public ::testing::TestWithParam<uint32_t> {};
 
-// Copies every line between paddings on both sides; padding bytes of the destination
-// keep their sentinel.
+// Copies every line between paddings on both sides (the line walk) or as one block when
+// both images are contiguous; padding bytes of the destination keep their sentinel.
 TEST_P(IdentityConversion, CopiesLinesAndLeavesPaddingAlone) {
     const int64 id = 0x70401 + GetParam();
     const uint32_t pixelSize = GetParam();
@@ -258,19 +258,25 @@ TEST_P(IdentityConversion, CopiesLinesAndLeavesPaddingAlone) {
     PixelType type(id, 8, static_cast<unsigned short>(pixelSize), false);
     PixelTypeFactory::RegisterPixelType(id, &type, nullptr);
     const PixelConverter& converter = PixelTypeFactory::GetConverter(id, id);
-    const uint32_t width = 5, height = 3, sourcePadding = 3, destinationPadding = 1;
-    const uint32_t sourceStride = width * pixelSize + sourcePadding;
-    const uint32_t destinationStride = width * pixelSize + destinationPadding;
-    std::vector<unsigned char> source(sourceStride * height);
-    for (size_t i = 0; i < source.size(); ++i) source[i] = static_cast<unsigned char>(i + 1);
-    std::vector<unsigned char> destination(destinationStride * height, 0xEE);
-    converter.Convert(source.data(), width, height, destination.data(), width, height, width,
-                      height, 0, destinationPadding, nullptr, nullptr, sourcePadding);
-    for (uint32_t y = 0; y < height; ++y) {
-        for (uint32_t b = 0; b < destinationStride; ++b) {
-            const unsigned char expected =
-                b < width * pixelSize ? source[y * sourceStride + b] : 0xEE;
-            ASSERT_EQ(destination[y * destinationStride + b], expected) << y << "," << b;
+    const uint32_t width = 5, height = 3;
+    const uint32_t paddings[][2] = {{0, 0}, {3, 1}, {0, 2}, {4, 0}};
+    for (const auto& padding : paddings) {
+        const uint32_t sourcePadding = padding[0], destinationPadding = padding[1];
+        const uint32_t sourceStride = width * pixelSize + sourcePadding;
+        const uint32_t destinationStride = width * pixelSize + destinationPadding;
+        std::vector<unsigned char> source(sourceStride * height);
+        for (size_t i = 0; i < source.size(); ++i) source[i] = static_cast<unsigned char>(i + 1);
+        std::vector<unsigned char> destination(destinationStride * height, 0xEE);
+        converter.Convert(source.data(), width, height, destination.data(), width, height, width,
+                          height, 0, destinationPadding, nullptr, nullptr, sourcePadding);
+        for (uint32_t y = 0; y < height; ++y) {
+            for (uint32_t b = 0; b < destinationStride; ++b) {
+                const unsigned char expected =
+                    b < width * pixelSize ? source[y * sourceStride + b] : 0xEE;
+                ASSERT_EQ(destination[y * destinationStride + b], expected)
+                    << "paddings " << sourcePadding << "/" << destinationPadding << " at " << y
+                    << "," << b;
+            }
         }
     }
 }

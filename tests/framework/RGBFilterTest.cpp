@@ -57,7 +57,8 @@ TEST_P(RGBFilterBits, UnitMultipliersReportIdentityOnlyUpToEightBits) {
     EXPECT_TRUE(filter.IsIdentity());
 }
 
-INSTANTIATE_TEST_SUITE_P(BitSizes, RGBFilterBits, ::testing::Values(1u, 4u, 8u, 10u, 12u, 14u, 16u));
+INSTANTIATE_TEST_SUITE_P(BitSizes, RGBFilterBits,
+                         ::testing::Values(1u, 4u, 8u, 10u, 12u, 14u, 16u));
 
 TEST(RGBFilter, SetValueClampsTheEightBitViewAndRejectsOutOfRange) {
     for (const Channel& c : kChannels) {

@@ -69,7 +69,9 @@ TEST(String, WidensUtf8IncludingCharactersOutsideTheBasicPlane) {
 }
 
 TEST(String, MalformedBytesBecomeReplacementCharacters) {
-    const String broken("a\xFF" "b\xC3");
+    const String broken(
+        "a\xFF"
+        "b\xC3");
     const std::wstring wide = broken.GetUnicode();
     ASSERT_EQ(wide.size(), 4u);
     EXPECT_EQ(wide[0], L'a');

@@ -1,6 +1,6 @@
 // Converts a tiny frame through the installed library's registry.
-#include <ZnConvertersLib/PixelTypeFactory.h>
 #include <ZnConvertersLib/PixelConverter.h>
+#include <ZnConvertersLib/PixelTypeFactory.h>
 #include <ZnConvertersLib/PixelTypes.h>
 
 #include <cstdio>
