@@ -48,14 +48,14 @@ class GrayscaleTo : public PixelConverter {
 
 public:
     // Tap steps from the tap-layout bits of the source identifier.
-    GrayscaleTo(const int64& sourceTypeID, const int64& destinationTypeID,
-                uint32_t sourcePixelSize, uint32_t destinationPixelSize, uint32_t sourceShift)
+    GrayscaleTo(const int64& sourceTypeID, const int64& destinationTypeID, uint32_t sourcePixelSize,
+                uint32_t destinationPixelSize, uint32_t sourceShift)
         : GrayscaleTo(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize,
                       DualTapStepsFor(sourceTypeID), sourceShift) {}
 
-    GrayscaleTo(const int64& sourceTypeID, const int64& destinationTypeID,
-                uint32_t sourcePixelSize, uint32_t destinationPixelSize, int32_t leftStep,
-                int32_t rightStep, uint32_t sourceShift)
+    GrayscaleTo(const int64& sourceTypeID, const int64& destinationTypeID, uint32_t sourcePixelSize,
+                uint32_t destinationPixelSize, int32_t leftStep, int32_t rightStep,
+                uint32_t sourceShift)
         : GrayscaleTo(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize,
                       DualTapSteps{leftStep, rightStep}, sourceShift) {}
 
@@ -66,27 +66,24 @@ public:
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
         using namespace GrayscaleDetail;
-        using Pixels =
-            typename std::conditional<std::is_same<Sample, unsigned char>::value, Gray8Pixels,
-                                      Gray16Pixels>::type;
+        using Pixels = typename std::conditional<std::is_same<Sample, unsigned char>::value,
+                                                 Gray8Pixels, Gray16Pixels>::type;
         ConversionContextScope context;
         const LineWriter<Output> out(destination, *context);
         const Pixels pixels{source, mSourceShift & kShiftMask};
         if (mSteps.left == 0 && mSteps.right == 0) {
             WriteSequential(pixels, out, width);
         } else {
-            WriteDualTap(PixelPairs<Pixels>{pixels}, out, width & ~1u, mSteps.left,
-                         mSteps.right);
+            WriteDualTap(PixelPairs<Pixels>{pixels}, out, width & ~1u, mSteps.left, mSteps.right);
         }
         return ZnUtilsLib::Result(ResultCode::kSuccess);
     }
 
 private:
-    GrayscaleTo(const int64& sourceTypeID, const int64& destinationTypeID,
-                uint32_t sourcePixelSize, uint32_t destinationPixelSize, DualTapSteps steps,
-                uint32_t sourceShift)
-        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize,
-                         1, 1),
+    GrayscaleTo(const int64& sourceTypeID, const int64& destinationTypeID, uint32_t sourcePixelSize,
+                uint32_t destinationPixelSize, DualTapSteps steps, uint32_t sourceShift)
+        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize, 1,
+                         1),
           mSteps(steps),
           mSourceShift(sourceShift) {}
 
@@ -100,8 +97,8 @@ class Grayscale8SignedTo : public PixelConverter {
 public:
     Grayscale8SignedTo(const int64& sourceTypeID, const int64& destinationTypeID,
                        uint32_t sourcePixelSize, uint32_t destinationPixelSize)
-        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize,
-                         1, 1) {}
+        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize, 1,
+                         1) {}
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
@@ -123,8 +120,8 @@ class GrayscalePackedGEVTo : public PixelConverter {
 public:
     GrayscalePackedGEVTo(const int64& sourceTypeID, const int64& destinationTypeID,
                          uint32_t sourcePixelSize, uint32_t destinationPixelSize)
-        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize,
-                         1, 1) {}
+        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize, 1,
+                         1) {}
 
     uint32_t GetSourceLineSize(uint32_t width) const override { return width * 3 / 2; }
 
@@ -182,10 +179,10 @@ public:
 
 private:
     Grayscale12PackedTo(const int64& sourceTypeID, const int64& destinationTypeID,
-                        uint32_t sourcePixelSize, uint32_t destinationPixelSize,
-                        DualTapSteps steps, uint32_t sourceShift)
-        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize,
-                         1, 1),
+                        uint32_t sourcePixelSize, uint32_t destinationPixelSize, DualTapSteps steps,
+                        uint32_t sourceShift)
+        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize, 1,
+                         1),
           mSteps(steps),
           mSourceShift(sourceShift) {}
 

@@ -2,11 +2,14 @@
 
 // Building blocks of the gray kernels: sample readers that turn pixel i (or pair k) of a
 // source line into 8-bit gray values, and placement loops that hand them to the output
-// writer in order, in pairs, or in dual-tap order.
+// writer in order, in pairs, or in dual-tap order. In-order placement of the common
+// layouts starts with a SIMD row (GrayscaleConvertersSimd.h); the plain rows are its
+// reference and finish each line.
 
 #include <cstddef>
 #include <cstdint>
 
+#include "converters/GrayscaleConvertersSimd.h"
 #include "converters/KernelSupport.h"
 
 namespace ZnConvertersLib {
@@ -67,19 +70,50 @@ struct PixelPairs {
     }
 };
 
+// The plain rows: pixels begin .. end - 1, and pairs begin .. end - 1 to pixels 2k, 2k + 1.
 template <class Output, class Pixels>
-void WriteSequential(const Pixels& pixels, const LineWriter<Output>& out, uint32_t count) {
-    for (uint32_t i = 0; i < count; ++i) out.StoreGray(i, pixels(i));
+void StoreGrayRow_C(const Pixels& pixels, const LineWriter<Output>& out, uint32_t begin,
+                    uint32_t end) {
+    for (uint32_t i = begin; i < end; ++i) out.StoreGray(i, pixels(i));
 }
 
 template <class Output, class Pairs>
-void WritePairs(const Pairs& pairs, const LineWriter<Output>& out, uint32_t pairCount) {
-    for (uint32_t k = 0; k < pairCount; ++k) {
+void StoreGrayPairs_C(const Pairs& pairs, const LineWriter<Output>& out, uint32_t begin,
+                      uint32_t end) {
+    for (uint32_t k = begin; k < end; ++k) {
         uint8_t first, second;
         pairs(k, first, second);
         out.StoreGray(2 * static_cast<std::ptrdiff_t>(k), first);
         out.StoreGray(2 * static_cast<std::ptrdiff_t>(k) + 1, second);
     }
+}
+
+// How many leading pixels a SIMD row converts; readers without one convert none.
+template <class Output, class Pixels>
+uint32_t StoreGrayRowFast(const Pixels&, const LineWriter<Output>&, uint32_t) {
+    return 0;
+}
+template <class Output>
+uint32_t StoreGrayRowFast(const Gray8Pixels& pixels, const LineWriter<Output>& out,
+                          uint32_t count) {
+    return Simd::StoreGrayRowFast<Simd::GrayLayout::k8Bit, Output>(pixels.line, pixels.shift,
+                                                                   out.Line(), count);
+}
+template <class Output>
+uint32_t StoreGrayRowFast(const Gray16Pixels& pixels, const LineWriter<Output>& out,
+                          uint32_t count) {
+    return Simd::StoreGrayRowFast<Simd::GrayLayout::k16Bit, Output>(pixels.line, pixels.shift,
+                                                                    out.Line(), count);
+}
+
+template <class Output, class Pixels>
+void WriteSequential(const Pixels& pixels, const LineWriter<Output>& out, uint32_t count) {
+    StoreGrayRow_C(pixels, out, StoreGrayRowFast(pixels, out, count), count);
+}
+
+template <class Output, class Pairs>
+void WritePairs(const Pairs& pairs, const LineWriter<Output>& out, uint32_t pairCount) {
+    StoreGrayPairs_C(pairs, out, 0, pairCount);
 }
 
 // Pair k holds the k-th pixel of each tap. A tap with step +1 fills its half from the
@@ -102,7 +136,9 @@ void WriteDualTap(const Pairs& pairs, const LineWriter<Output>& out, uint32_t ev
 template <class Output>
 void WritePackedPairs(const Packed12Pairs& pairs, const LineWriter<Output>& out,
                       uint32_t pairCount) {
-    WritePairs(pairs, out, pairCount);
+    const uint32_t done = Simd::StoreGrayRowFast<Simd::GrayLayout::kPacked12, Output>(
+        pairs.line, pairs.shift, out.Line(), 2 * pairCount);
+    StoreGrayPairs_C(pairs, out, done / 2, pairCount);
 }
 
 }  // namespace GrayscaleDetail

@@ -22,7 +22,8 @@ struct RGB16Reader {
     RGB16Reader(const unsigned char* line, const ConversionContext&, uint32_t) : line(line) {}
     Rgb8 operator()(std::size_t i) const {
         const uint32_t word = LoadLE16(line + 2 * i);
-        return {static_cast<uint8_t>((word >> 8) & 0xF8u), static_cast<uint8_t>((word >> 3) & 0xFCu),
+        return {static_cast<uint8_t>((word >> 8) & 0xF8u),
+                static_cast<uint8_t>((word >> 3) & 0xFCu),
                 static_cast<uint8_t>((word << 3) & 0xF8u)};
     }
     const unsigned char* line;
@@ -33,8 +34,7 @@ template <std::size_t PixelBytes, std::size_t R, std::size_t G, std::size_t B>
 struct ByteChannelReader {
     static constexpr std::size_t kPixelBytes = PixelBytes;
     static constexpr std::size_t kRed = R, kGreen = G, kBlue = B;
-    ByteChannelReader(const unsigned char* line, const ConversionContext&, uint32_t)
-        : line(line) {}
+    ByteChannelReader(const unsigned char* line, const ConversionContext&, uint32_t) : line(line) {}
     Rgb8 operator()(std::size_t i) const {
         const unsigned char* p = line + PixelBytes * i;
         return {p[R], p[G], p[B]};
@@ -56,6 +56,22 @@ struct WordChannelReader {
     const unsigned char* line;
     uint32_t shift;
 };
+
+}  // namespace PackedRGBDetail
+
+#if ZN_CONVERTERS_X86_SIMD
+namespace Simd {
+template <std::size_t PixelBytes, std::size_t R, std::size_t G, std::size_t B>
+struct RgbxDecoder<PackedRGBDetail::ByteChannelReader<PixelBytes, R, G, B>>
+    : ByteChannelRgbx<PixelBytes, R, G, B> {
+    ZN_TARGET_SSSE3 explicit RgbxDecoder(
+        const PackedRGBDetail::ByteChannelReader<PixelBytes, R, G, B>& read)
+        : ByteChannelRgbx<PixelBytes, R, G, B>(read.line) {}
+};
+}  // namespace Simd
+#endif
+
+namespace PackedRGBDetail {
 
 using RGB24Reader = ByteChannelReader<3, 0, 1, 2>;
 using BGR24Reader = ByteChannelReader<3, 2, 1, 0>;

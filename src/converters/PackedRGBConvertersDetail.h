@@ -5,10 +5,9 @@
 // order); the line loop passes each channel through its own filter table and stores the
 // pixel with the output policy.
 //
-// When all three filter tables are identities the lookups are skipped; the bytes are the
-// same, and the loops without lookups can be vectorised. FastColourRows lets a reader and
-// output pair supply a hand-vectorised row for that case; it converts a prefix of the line
-// and the plain loop finishes the rest.
+// When all three filter tables are identities the lookups are skipped: the bytes are the
+// same, and without lookups the line can go through SIMD rows (PackedRGBConvertersSimd.h),
+// which convert a prefix of the line; the plain row finishes the rest.
 
 #include <cstddef>
 #include <cstdint>
@@ -18,6 +17,7 @@
 #include "ZnConvertersLib/PixelConverter.h"
 #include "ZnConvertersLib/Types.h"
 #include "converters/KernelSupport.h"
+#include "converters/PackedRGBConvertersSimd.h"
 
 namespace ZnConvertersLib {
 namespace PackedRGBDetail {
@@ -50,23 +50,24 @@ inline bool AreIdentityTables(const FilterTables8& tables) {
            std::memcmp(tables.blue, identity, 256) == 0;
 }
 
-// Hand-vectorised rows for the identity-filter case. Returns how many leading pixels
-// (a multiple of the reader's pixels per read) it converted; the default converts none.
-template <class Reader, class Output>
-struct FastColourRows {
-    static uint32_t Run(const Reader&, unsigned char*, uint32_t, uint32_t) { return 0; }
-};
+// The plain row for identity tables, pixels begin .. end - 1: the reference that the SIMD
+// rows must match byte for byte.
+template <class Output, class Reader>
+void StoreColourRow_C(const Reader& read, const LineWriter<Output>& out, uint32_t begin,
+                      uint32_t end) {
+    for (uint32_t i = begin; i < end; ++i) {
+        const Rgb8 p = read(i);
+        out.Store(i, p.r, p.g, p.b);
+    }
+}
 
 template <class Output, class Reader>
 void WriteColourPixels(const Reader& read, const LineWriter<Output>& out,
                        const FilterTables8& tables, uint32_t width) {
     static_assert(Output::kIsColour, "colour sources need a colour output");
     if (AreIdentityTables(tables)) {
-        uint32_t i = FastColourRows<Reader, Output>::Run(read, out.Line(), out.PlaneSize(), width);
-        for (; i < width; ++i) {
-            const Rgb8 p = read(i);
-            out.Store(i, p.r, p.g, p.b);
-        }
+        const uint32_t done = Simd::StoreColourRowFast<Reader, Output>(read, out.Line(), width);
+        StoreColourRow_C(read, out, done, width);
     } else {
         for (uint32_t i = 0; i < width; ++i) {
             const Rgb8 p = read(i);
@@ -116,8 +117,8 @@ class ColourConverter : public PixelConverter {
 public:
     ColourConverter(const int64& sourceTypeID, const int64& destinationTypeID,
                     uint32_t sourcePixelSize, uint32_t destinationPixelSize)
-        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize,
-                         1, 1) {}
+        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize, 1,
+                         1) {}
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
@@ -134,8 +135,8 @@ public:
     ShiftedColourConverter(const int64& sourceTypeID, const int64& destinationTypeID,
                            uint32_t sourcePixelSize, uint32_t destinationPixelSize,
                            uint32_t sourceShift)
-        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize,
-                         1, 1),
+        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize, 1,
+                         1),
           mSourceShift(sourceShift) {}
 
     uint32_t GetSourceShift() const { return mSourceShift; }
