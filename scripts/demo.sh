@@ -1,8 +1,13 @@
 #!/usr/bin/env bash
-# Builds the library and its example, and converts a frame through the registry.
+# Builds the library and znconvert, then demosaics the sample camera frame (an 8-bit
+# Bayer mosaic, tile GRBG, 1024x768) into a BMP image.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DZN_SANITIZE= >/dev/null
-cmake --build build/release -j "$(nproc)" --target identity_example
-build/release/examples/identity_example
+cmake --build build/release -j "$(nproc)" --target znconvert
+mkdir -p out
+build/release/tools/znconvert --from "Bayer RGB8-bits" --to "BGR 24-bits, Packed" \
+  --size 1024x768 --pattern GRBG --demosaic bilinear \
+  samples/raccoon-1024x768-bayer-grbg8.raw out/raccoon.bmp
+echo "wrote $(pwd)/out/raccoon.bmp"

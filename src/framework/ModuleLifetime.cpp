@@ -21,6 +21,8 @@ public:
         PixelTypeFactoryLifetime::TearDown();
     }
 
+    const BuiltinObjects* Builtins() const { return mBuiltins.get(); }
+
 private:
     std::unique_ptr<BuiltinObjects> mBuiltins;
 };
@@ -28,4 +30,9 @@ private:
 const ModuleLifetime gModule;
 
 }  // namespace
+
+const BuiltinConverterList* GetBuiltinConverters() {
+    return gModule.Builtins();
+}
+
 }  // namespace ZnConvertersLib

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace znconvert {
+
+// Bayer tile at the top-left corner of the frame, named by its four samples read row by
+// row; each is one of the conversion call's one-hot pattern flags.
+enum class BayerPattern : uint32_t { GRBG = 0x10, GBRG = 0x20, RGGB = 0x40, BGGR = 0x80 };
+enum class Demosaic { Block, Bilinear };
+// Which field of an interlaced frame the file holds first.
+enum class FieldOrder { TopFirst, BottomFirst };
+
+// Frames beyond these are refused before anything is allocated; they keep every size the
+// library computes (strides, planes, field offsets) far from its 32-bit limits.
+constexpr uint32_t kMaxDimension = 1u << 20;
+constexpr uint32_t kMaxPadding = 1u << 16;
+constexpr double kMaxMultiplier = 255.0;
+
+struct Options {
+    bool help = false;
+    bool version = false;
+    bool list = false;
+    std::string from;
+    std::string to;
+    uint32_t width = 0;
+    uint32_t height = 0;
+    bool widthGiven = false;
+    bool heightGiven = false;
+    uint32_t sourcePadding = 0;
+    uint32_t destinationPadding = 0;
+    bool destinationPaddingGiven = false;
+    std::optional<BayerPattern> pattern;
+    std::optional<Demosaic> demosaic;
+    std::optional<FieldOrder> fieldOrder;
+    std::optional<std::array<double, 3>> whiteBalance;
+    bool raw = false;
+    std::string input;
+    std::string output;
+};
+
+// Parses the command line; throws CommandError (usage) for anything it cannot accept.
+Options ParseOptions(int argc, const char* const* argv);
+
+const char* HelpText();
+const char* PatternName(BayerPattern pattern);
+
+}  // namespace znconvert

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "ZnConvertersLib/Types.h"
+
+namespace znconvert {
+
+using ZnConvertersLib::int64;
+
+// What the registry knows, gathered once: every registered pixel type (each has a
+// converter to itself, created when it was registered) and every converter pair.
+class TypeCatalogue {
+public:
+    TypeCatalogue();
+
+    // A type named by hex identifier ("0x20010", or bare hex digits) or by display name
+    // (exact, else ignoring case, spaces and punctuation). An identifier is accepted when
+    // it is a registered type or the end of some converter. Throws CommandError
+    // (failure) naming role ("source", "destination") when nothing matches.
+    int64 Resolve(const std::string& text, const char* role) const;
+
+    // "'Bayer RGB8-bits' (0x20010)", or "0x20016 (unregistered type)".
+    std::string Describe(int64 id) const;
+
+    // Prints the types and the converter pairs (all, or those leaving one source).
+    void List(std::FILE* out, const int64* onlyFrom) const;
+
+    const std::vector<int64>& RegisteredTypes() const { return mRegistered; }
+
+private:
+    struct Pair {
+        int64 from;
+        int64 to;
+    };
+    std::vector<int64> mRegistered;  // ascending
+    std::vector<Pair> mPairs;        // ascending (source, destination)
+};
+
+std::string HexID(int64 id);
+
+}  // namespace znconvert
