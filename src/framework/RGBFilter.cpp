@@ -27,7 +27,16 @@ RGBFilter::RGBFilter(uint32_t bitSize)
     mRed16 = mTables->red16.data();
     mGreen16 = mTables->green16.data();
     mBlue16 = mTables->blue16.data();
-    SetIdentity();
+    // What SetIdentity does, without a setter call per entry: inside the constructor the
+    // setters cannot be overridden yet, so the tables come out the same. Five filters of
+    // up to 65536 entries are built while the library loads.
+    for (uint32_t i = 0; i < mEntryCount; ++i) {
+        mRed16[i] = mGreen16[i] = mBlue16[i] = static_cast<unsigned short>(i);
+    }
+    for (uint32_t i = 0; i < 256 && i < mEntryCount; ++i) {
+        mRed8[i] = mGreen8[i] = mBlue8[i] = static_cast<uint8_t>(i);
+    }
+    mIsIdentity = true;
 }
 
 RGBFilter::RGBFilter(const RGBFilter& other) = default;
