@@ -8,124 +8,30 @@
 #include "ZnConvertersLib/ConversionContext.h"
 #include "ZnConvertersLib/RGBFilter.h"
 #include "converters/GrayscaleConverters.h"
-#include "converters/OutputPolicies.h"
+#include "support/ConverterTestSupport.h"
 
 using namespace ZnConvertersLib;
+using namespace ZnTestSupport;
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-
-constexpr uint8_t kSentinel = 0x5A;
-constexpr uint32_t kSlack = 16;  // sentinel bytes after the image catch writes past it
-
-// One gray value as each output lays it out in memory, written from the byte layouts the
-// outputs document rather than through the policies.
+// Converts hand-written source lines (padding included) into a destination with the given
+// padding, and checks that it holds the gray values (rows longer than the width are pixels
+// written into the padding) and nothing else.
 template <class Output>
-Bytes GrayBytes(uint8_t v);
-template <>
-Bytes GrayBytes<OutputRGB16>(uint8_t v) {
-    const uint32_t word = ((v >> 3) << 11) | ((v >> 2) << 5) | (v >> 3);
-    return {uint8_t(word), uint8_t(word >> 8)};
-}
-template <>
-Bytes GrayBytes<OutputRGB24>(uint8_t v) {
-    return {v, v, v};
-}
-template <>
-Bytes GrayBytes<OutputBGR24>(uint8_t v) {
-    return {v, v, v};
-}
-template <>
-Bytes GrayBytes<OutputRGB32>(uint8_t v) {
-    return {v, v, v, 0xFF};
-}
-template <>
-Bytes GrayBytes<OutputBGR32>(uint8_t v) {
-    return {v, v, v, 0xFF};
-}
-template <>
-Bytes GrayBytes<OutputGrayscale8>(uint8_t v) {
-    return {v};
-}
-template <>
-Bytes GrayBytes<OutputGrayscale10>(uint8_t v) {
-    return {uint8_t(v << 2), uint8_t(v >> 6)};
-}
-template <>
-Bytes GrayBytes<OutputGrayscale12>(uint8_t v) {
-    return {uint8_t(v << 4), uint8_t(v >> 4)};
-}
-template <>
-Bytes GrayBytes<OutputGrayscale14>(uint8_t v) {
-    return {uint8_t(v << 6), uint8_t(v >> 2)};
-}
-template <>
-Bytes GrayBytes<OutputGrayscale16>(uint8_t v) {
-    return {0x00, v};
-}
-
-// A destination image (all planes, padding and slack) filled with the sentinel; the
-// expected image is the same with the pixels that must be written painted in.
-template <class Output>
-struct Image {
-    Image(uint32_t width, uint32_t height, uint32_t padding)
-        : width(width),
-          height(height),
-          padding(padding),
-          stride(width * Output::kPixelSize + padding),
-          bytes(stride * height * (Output::kIsPlanar ? 3 : 1) + kSlack, kSentinel) {}
-
-    void Paint(uint32_t x, uint32_t y, uint8_t v) {
-        if (Output::kIsPlanar) {
-            for (uint32_t plane = 0; plane < 3; ++plane) {
-                bytes[plane * stride * height + y * stride + x] = v;
-            }
-            return;
-        }
-        const Bytes pixel = GrayBytes<Output>(v);
-        ASSERT_EQ(pixel.size(), Output::kPixelSize);
-        for (size_t b = 0; b < pixel.size(); ++b)
-            bytes[y * stride + x * pixel.size() + b] = pixel[b];
+void ExpectGray(const PixelConverter& converter, const std::vector<Bytes>& sourceLines,
+                uint32_t width, uint32_t sourcePadding, uint32_t destinationPadding,
+                const std::vector<Bytes>& grays, const RGBFilter* filter = nullptr) {
+    Rows expected;
+    for (const Bytes& row : grays) {
+        expected.emplace_back();
+        for (const uint8_t v : row) expected.back().push_back({v, v, v});
     }
-    // values[y][x]; x beyond a row's size is left unwritten.
-    void PaintRows(const std::vector<Bytes>& values) {
-        for (uint32_t y = 0; y < values.size(); ++y) {
-            for (uint32_t x = 0; x < values[y].size(); ++x) Paint(x, y, values[y][x]);
-        }
-    }
-
-    uint32_t width, height, padding, stride;
-    Bytes bytes;
-};
-
-// Runs a whole conversion of a width × rows.size() image whose source lines are given
-// with their padding bytes included.
-template <class Output, class Converter>
-Bytes Convert(const Converter& converter, const std::vector<Bytes>& sourceRows, uint32_t width,
-              uint32_t sourcePadding, uint32_t destinationPadding,
-              const RGBFilter* filter = nullptr) {
-    Bytes source;
-    for (const Bytes& row : sourceRows) {
-        EXPECT_EQ(row.size(), converter.GetSourceLineSize(width) + sourcePadding);
-        source.insert(source.end(), row.begin(), row.end());
-    }
-    const uint32_t height = static_cast<uint32_t>(sourceRows.size());
-    Image<Output> destination(width, height, destinationPadding);
-    converter.ConvertFiltered(filter, source.data(), width, height, destination.bytes.data(), width,
-                              height, width, height, 0, destinationPadding, nullptr, nullptr,
-                              sourcePadding);
-    return destination.bytes;
-}
-
-Bytes Words(std::initializer_list<uint16_t> words, uint32_t paddingBytes) {
-    Bytes bytes;
-    for (uint16_t w : words) {
-        bytes.push_back(uint8_t(w));
-        bytes.push_back(uint8_t(w >> 8));
-    }
-    bytes.resize(bytes.size() + paddingBytes, 0xEE);
-    return bytes;
+    const auto height = static_cast<uint32_t>(sourceLines.size());
+    EXPECT_TRUE(Convert(converter, JoinLines(converter, width, sourcePadding, sourceLines), width,
+                        height, sourcePadding, Image<Output>(width, height, destinationPadding),
+                        filter)
+                    .Holds(expected));
 }
 
 // Gray paths never look at the filter: one that blanks red and halves green must change
@@ -143,15 +49,6 @@ using AllOutputs = ::testing::Types<OutputRGB16, OutputRGB24, OutputBGR24, Outpu
                                     OutputPlanar24, OutputGrayscale8, OutputGrayscale10,
                                     OutputGrayscale12, OutputGrayscale14, OutputGrayscale16>;
 
-struct OutputNames {
-    template <class T>
-    static std::string GetName(int i) {
-        static const char* names[] = {"RGB16", "RGB24",  "BGR24",  "RGB32",  "BGR32", "Planar24",
-                                      "Gray8", "Gray10", "Gray12", "Gray14", "Gray16"};
-        return names[i];
-    }
-};
-
 template <class Output>
 class GrayscaleOutputs : public ::testing::Test {};
 TYPED_TEST_SUITE(GrayscaleOutputs, AllOutputs, OutputNames);
@@ -165,34 +62,25 @@ TYPED_TEST(GrayscaleOutputs, SixteenBitWordsAreShiftedAndCutToEightBits) {
     const GrayscaleTo<unsigned short, Output> converter(kSource, kDestination, 2,
                                                         Output::kPixelSize, 4);
     // 0x1234 >> 4 is 0x123: only its low byte survives.
-    const Bytes got = Convert<Output>(
-        converter, {Words({0x0ABC, 0x0FFF, 0x1234}, 2), Words({0x0000, 0x0010, 0x0801}, 2)}, 3, 2,
-        3, &HostileFilter());
-    Image<Output> expected(3, 2, 3);
-    expected.PaintRows({{0xAB, 0xFF, 0x23}, {0x00, 0x01, 0x80}});
-    EXPECT_EQ(got, expected.bytes);
+    ExpectGray<Output>(converter,
+                       {Words({0x0ABC, 0x0FFF, 0x1234}, 2), Words({0x0000, 0x0010, 0x0801}, 2)}, 3,
+                       2, 3, {{0xAB, 0xFF, 0x23}, {0x00, 0x01, 0x80}}, &HostileFilter());
 }
 
 TYPED_TEST(GrayscaleOutputs, EightBitSamplesPassUnchanged) {
     using Output = TypeParam;
     const GrayscaleTo<unsigned char, Output> converter(kSource, kDestination, 1, Output::kPixelSize,
                                                        0);
-    const Bytes got = Convert<Output>(
-        converter, {{0x00, 0x7F, 0xFF, 0xEE}, {0x01, 0x80, 0xFE, 0xEE}}, 3, 1, 2, &HostileFilter());
-    Image<Output> expected(3, 2, 2);
-    expected.PaintRows({{0x00, 0x7F, 0xFF}, {0x01, 0x80, 0xFE}});
-    EXPECT_EQ(got, expected.bytes);
+    ExpectGray<Output>(converter, {{0x00, 0x7F, 0xFF, 0xEE}, {0x01, 0x80, 0xFE, 0xEE}}, 3, 1, 2,
+                       {{0x00, 0x7F, 0xFF}, {0x01, 0x80, 0xFE}}, &HostileFilter());
 }
 
 TYPED_TEST(GrayscaleOutputs, SignedSamplesAreOffsetByHalfTheRange) {
     using Output = TypeParam;
     const Grayscale8SignedTo<Output> converter(kSource, kDestination, 1, Output::kPixelSize);
     // -128, 0, 127 / -1, 1, -127
-    const Bytes got = Convert<Output>(converter, {{0x80, 0x00, 0x7F}, {0xFF, 0x01, 0x81}}, 3, 0, 1,
-                                      &HostileFilter());
-    Image<Output> expected(3, 2, 1);
-    expected.PaintRows({{0x00, 0x80, 0xFF}, {0x7F, 0x81, 0x01}});
-    EXPECT_EQ(got, expected.bytes);
+    ExpectGray<Output>(converter, {{0x80, 0x00, 0x7F}, {0xFF, 0x01, 0x81}}, 3, 0, 1,
+                       {{0x00, 0x80, 0xFF}, {0x7F, 0x81, 0x01}}, &HostileFilter());
 }
 
 TYPED_TEST(GrayscaleOutputs, GevPackingTakesOuterBytesAndOddWidthsWriteOneExtraPixel) {
@@ -200,14 +88,12 @@ TYPED_TEST(GrayscaleOutputs, GevPackingTakesOuterBytesAndOddWidthsWriteOneExtraP
     const GrayscalePackedGEVTo<Output> converter(kSource, kDestination, 2, Output::kPixelSize);
     // Width 5: 7 bytes a line, but the last group is read whole (the 2 padding bytes).
     const uint32_t padding = Output::kPixelSize + 1;
-    const Bytes got = Convert<Output>(converter,
-                                      {{0xAB, 0xCD, 0xEF, 0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC},
-                                       {0x00, 0xFF, 0x01, 0x02, 0xFF, 0x03, 0x04, 0xFF, 0x05}},
-                                      5, 2, padding, &HostileFilter());
-    Image<Output> expected(5, 2, padding);
-    expected.PaintRows(
-        {{0xAB, 0xEF, 0x12, 0x56, 0x78, 0xBC}, {0x00, 0x01, 0x02, 0x03, 0x04, 0x05}});
-    EXPECT_EQ(got, expected.bytes);
+    ExpectGray<Output>(converter,
+                       {{0xAB, 0xCD, 0xEF, 0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC},
+                        {0x00, 0xFF, 0x01, 0x02, 0xFF, 0x03, 0x04, 0xFF, 0x05}},
+                       5, 2, padding,
+                       {{0xAB, 0xEF, 0x12, 0x56, 0x78, 0xBC}, {0x00, 0x01, 0x02, 0x03, 0x04, 0x05}},
+                       &HostileFilter());
 }
 
 TYPED_TEST(GrayscaleOutputs, Packed12UnpacksNibblesAndOddWidthsDropTheLastPixel) {
@@ -216,13 +102,10 @@ TYPED_TEST(GrayscaleOutputs, Packed12UnpacksNibblesAndOddWidthsDropTheLastPixel)
     // p0 = b0 | (b1 & 0x0F) << 8, p1 = b1 >> 4 | b2 << 4, then >> 4:
     // 21 43 65 -> 0x321, 0x654; FF 0F 00 -> 0xFFF, 0x000; 10 32 54 -> 0x210, 0x543;
     // 80 00 08 -> 0x080, 0x080. The fifth pixel of each line is never written.
-    const Bytes got = Convert<Output>(
+    ExpectGray<Output>(
         converter,
         {{0x21, 0x43, 0x65, 0xFF, 0x0F, 0x00, 0x99}, {0x10, 0x32, 0x54, 0x80, 0x00, 0x08, 0x99}}, 5,
-        0, 1, &HostileFilter());
-    Image<Output> expected(5, 2, 1);
-    expected.PaintRows({{0x32, 0x65, 0xFF, 0x00}, {0x21, 0x54, 0x08, 0x08}});
-    EXPECT_EQ(got, expected.bytes);
+        0, 1, {{0x32, 0x65, 0xFF, 0x00}, {0x21, 0x54, 0x08, 0x08}}, &HostileFilter());
 }
 
 TYPED_TEST(GrayscaleOutputs, DualTapPlacementUsesTheSameIndicesOnEveryOutput) {
@@ -230,11 +113,8 @@ TYPED_TEST(GrayscaleOutputs, DualTapPlacementUsesTheSameIndicesOnEveryOutput) {
     // Bit 27: both taps inverted. W = 4: taps (a, c) fill 1, 0 and (b, d) fill 3, 2.
     const GrayscaleTo<unsigned short, Output> converter(0x8070101, kDestination, 2,
                                                         Output::kPixelSize, 8);
-    const Bytes got =
-        Convert<Output>(converter, {Words({0x1100, 0x2200, 0x3300, 0x4400}, 0)}, 4, 0, 2);
-    Image<Output> expected(4, 1, 2);
-    expected.PaintRows({{0x33, 0x11, 0x44, 0x22}});
-    EXPECT_EQ(got, expected.bytes);
+    ExpectGray<Output>(converter, {Words({0x1100, 0x2200, 0x3300, 0x4400})}, 4, 0, 2,
+                       {{0x33, 0x11, 0x44, 0x22}});
 }
 
 TYPED_TEST(GrayscaleOutputs, ZeroWidthWritesNothing) {
@@ -243,10 +123,10 @@ TYPED_TEST(GrayscaleOutputs, ZeroWidthWritesNothing) {
     const Grayscale12PackedTo<Output> packed(kSource, kDestination, 2, Output::kPixelSize, 4);
     const GrayscaleTo<unsigned char, Output> plain(0x1070101, kDestination, 1, Output::kPixelSize,
                                                    0);
-    const Image<Output> untouched(0, 2, 4);
-    EXPECT_EQ(Convert<Output>(gev, {Bytes(4, 1), Bytes(4, 2)}, 0, 4, 4), untouched.bytes);
-    EXPECT_EQ(Convert<Output>(packed, {Bytes(4, 1), Bytes(4, 2)}, 0, 4, 4), untouched.bytes);
-    EXPECT_EQ(Convert<Output>(plain, {Bytes(4, 1), Bytes(4, 2)}, 0, 4, 4), untouched.bytes);
+    const PixelConverter* converters[] = {&gev, &packed, &plain};
+    for (const PixelConverter* converter : converters) {
+        ExpectGray<Output>(*converter, {Bytes(4, 1), Bytes(4, 2)}, 0, 4, 4, {{}, {}});
+    }
 }
 
 // Dual-tap placement of all four tap layouts, with an odd width whose last pixel is
@@ -265,14 +145,11 @@ TEST_P(DualTapLayouts, TapsFillTheirHalvesInTheirOwnDirection) {
     const GrayscaleTo<unsigned char, OutputGrayscale8> converter(c.sourceID, kDestination, 1, 1, 0);
     EXPECT_EQ(converter.GetLeftStep(), c.left);
     EXPECT_EQ(converter.GetRightStep(), c.right);
-    const Bytes got = Convert<OutputGrayscale8>(
-        converter, {{10, 11, 12, 13, 14, 15, 16, 0xEE}, {20, 21, 22, 23, 24, 25, 26, 0xEE}}, 7, 1,
-        2);
-    Image<OutputGrayscale8> expected(7, 2, 2);
     Bytes second = c.line;
     for (uint8_t& v : second) v += 10;
-    expected.PaintRows({c.line, second});
-    EXPECT_EQ(got, expected.bytes);
+    ExpectGray<OutputGrayscale8>(
+        converter, {{10, 11, 12, 13, 14, 15, 16, 0xEE}, {20, 21, 22, 23, 24, 25, 26, 0xEE}}, 7, 1,
+        2, {c.line, second});
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -291,11 +168,8 @@ TEST(Grayscale12Packed, DualTapPlacesPairsByTap) {
     EXPECT_EQ(converter.GetLeftStep(), 1);
     EXPECT_EQ(converter.GetRightStep(), -1);
     // Pixels 0x010, 0x020 | 0x030, 0x040 -> 0x01, 0x02, 0x03, 0x04.
-    const Bytes got =
-        Convert<OutputGrayscale8>(converter, {{0x10, 0x00, 0x02, 0x30, 0x00, 0x04, 0x77}}, 5, 0, 0);
-    Image<OutputGrayscale8> expected(5, 1, 0);
-    expected.PaintRows({{0x01, 0x03, 0x04, 0x02}});
-    EXPECT_EQ(got, expected.bytes);
+    ExpectGray<OutputGrayscale8>(converter, {{0x10, 0x00, 0x02, 0x30, 0x00, 0x04, 0x77}}, 5, 0, 0,
+                                 {{0x01, 0x03, 0x04, 0x02}});
 }
 
 TEST(GrayscaleConstruction, StepsComeFromTheIdentifierUnlessGiven) {
@@ -335,7 +209,7 @@ template <class Output>
 class SimdRows : public ::testing::Test {};
 using SimdOutputs =
     ::testing::Types<OutputRGB24, OutputBGR24, OutputRGB32, OutputBGR32, OutputGrayscale8>;
-TYPED_TEST_SUITE(SimdRows, SimdOutputs);
+TYPED_TEST_SUITE(SimdRows, SimdOutputs, OutputNames);
 
 TYPED_TEST(SimdRows, MatchThePlainRows) {
     using Output = TypeParam;
@@ -359,24 +233,19 @@ TYPED_TEST(SimdRows, MatchThePlainRows) {
                     ASSERT_EQ(fast, plain) << layout << " width " << width << " offset " << offset
                                            << " shift " << shift;
                 };
+                const auto checkPixels = [&](const char* layout, const auto& pixels) {
+                    check(
+                        layout, [&](auto out) { StoreGrayRow_C(pixels, out, 0, width); },
+                        [&](auto out) {
+                            const uint32_t done = StoreGrayRowFast(pixels, out, width);
+                            StoreGrayRow_C(pixels, out, done, width);
+                            return done;
+                        });
+                };
                 // Exact-length copies for the 8-bit and packed layouts.
                 const Bytes bytes8(line, line + width);
-                const Gray8Pixels gray8{bytes8.data(), shift};
-                check(
-                    "8-bit", [&](auto out) { StoreGrayRow_C(gray8, out, 0, width); },
-                    [&](auto out) {
-                        const uint32_t done = StoreGrayRowFast(gray8, out, width);
-                        StoreGrayRow_C(gray8, out, done, width);
-                        return done;
-                    });
-                const Gray16Pixels gray16{line, shift};
-                check(
-                    "16-bit", [&](auto out) { StoreGrayRow_C(gray16, out, 0, width); },
-                    [&](auto out) {
-                        const uint32_t done = StoreGrayRowFast(gray16, out, width);
-                        StoreGrayRow_C(gray16, out, done, width);
-                        return done;
-                    });
+                checkPixels("8-bit", Gray8Pixels{bytes8.data(), shift});
+                checkPixels("16-bit", Gray16Pixels{line, shift});
                 const uint32_t pairs = width / 2;
                 const Bytes packed(line, line + 3 * pairs);
                 const Packed12Pairs packed12{packed.data(), shift};

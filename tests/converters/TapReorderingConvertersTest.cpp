@@ -6,15 +6,14 @@
 #include <vector>
 
 #include "converters/TapReorderingConverters.h"
+#include "support/ConverterTestSupport.h"
 
 using namespace ZnConvertersLib;
+using namespace ZnTestSupport;
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-constexpr uint8_t kSentinel = 0xA5;
 constexpr uint8_t _ = kSentinel;  // an unwritten destination byte in expected images
-constexpr uint32_t kSlack = 8;
 
 constexpr int64 kSource = 0x70201;
 constexpr int64 kDestination = 0x70202;
@@ -75,11 +74,7 @@ TEST(QuadTaps, PixelsAfterTheLastWholeGroupAreDropped) {
 
 TEST(QuadTaps, SixteenBitWordsMoveUnchanged) {
     const Dalsa4x16ToGrayscale16 converter(kSource, kDestination, 2, 2);
-    Bytes source;
-    for (uint16_t v : {0x0301, 0x0302, 0x0303, 0x0304, 0x03F5, 0x03F6, 0x03F7, 0x03F8}) {
-        source.push_back(uint8_t(v));
-        source.push_back(uint8_t(v >> 8));
-    }
+    const Bytes source = Words({0x0301, 0x0302, 0x0303, 0x0304, 0x03F5, 0x03F6, 0x03F7, 0x03F8});
     // 8 pixels, Q = 16 bytes / 8 = 2: source 0..7 -> 1, 3, 5, 7, 0, 2, 4, 6.
     const Bytes got = Reorder(converter, source, 8, 1, 0, 8, 0);
     EXPECT_EQ(got, WithSlack({0xF5, 0x03, 0x01, 0x03, 0xF6, 0x03, 0x02, 0x03, 0xF7, 0x03, 0x03,

@@ -126,6 +126,13 @@ std::vector<unsigned char> Ramp(size_t size) {
     return bytes;
 }
 
+// Two pass-through stages with fresh identifiers, chained.
+struct PassThroughChain {
+    Stage first{FreshID(), FreshID(), 0};
+    Stage second{FreshID(), FreshID(), 0};
+    ComplexConverter chain{first, second};
+};
+
 Result RunChain(const PixelConverter& chain, const std::vector<unsigned char>& source,
                 uint32_t width, uint32_t height, std::vector<unsigned char>& destination,
                 unsigned char** scratch = nullptr, uint32_t* scratchSize = nullptr) {
@@ -231,19 +238,17 @@ TEST(ComplexConverter, FirstStageConvertsTheWholeSourceAndSecondTheRequestedPart
 }
 
 TEST(ComplexConverter, CallersFilterReachesBothStagesAndFlagsPassThrough) {
-    const Stage first(FreshID(), FreshID(), 0);
-    const Stage second(FreshID(), FreshID(), 0);
-    const ComplexConverter chain(first, second);
+    const PassThroughChain c;
     const std::vector<unsigned char> source = Ramp(16);
     std::vector<unsigned char> destination(16);
 
     const RGBFilter filter(8);
-    chain.ConvertFiltered(&filter, source.data(), 4, 4, destination.data(), 4, 4, 4, 4, 0x140, 0,
-                          nullptr, nullptr, 0);
-    EXPECT_EQ(first.log.filter, &filter);
-    EXPECT_EQ(second.log.filter, &filter);
-    EXPECT_EQ(first.log.flags, 0x140u);
-    EXPECT_EQ(second.log.flags, 0x140u);
+    c.chain.ConvertFiltered(&filter, source.data(), 4, 4, destination.data(), 4, 4, 4, 4, 0x140, 0,
+                            nullptr, nullptr, 0);
+    EXPECT_EQ(c.first.log.filter, &filter);
+    EXPECT_EQ(c.second.log.filter, &filter);
+    EXPECT_EQ(c.first.log.flags, 0x140u);
+    EXPECT_EQ(c.second.log.flags, 0x140u);
 }
 
 TEST(ComplexConverter, WithoutFilterEachStageGetsTheDefaultForItsOwnSourceDepth) {
@@ -267,25 +272,22 @@ TEST(ComplexConverter, WithoutFilterEachStageGetsTheDefaultForItsOwnSourceDepth)
 }
 
 TEST(ComplexConverter, FailingFirstStageStopsTheChainWithItsResult) {
-    Stage first(FreshID(), FreshID(), 0);
-    first.failConvert = true;
-    const Stage second(FreshID(), FreshID(), 0);
-    const ComplexConverter chain(first, second);
+    PassThroughChain c;
+    c.first.failConvert = true;
     const std::vector<unsigned char> source = Ramp(16);
     std::vector<unsigned char> destination(16, 0xEE);
 
-    EXPECT_EQ(RunChain(chain, source, 4, 4, destination).GetCode(), ResultCode::kNotSupported);
-    EXPECT_EQ(second.log.convertCalls, 0);
+    EXPECT_EQ(RunChain(c.chain, source, 4, 4, destination).GetCode(), ResultCode::kNotSupported);
+    EXPECT_EQ(c.second.log.convertCalls, 0);
     EXPECT_EQ(destination, std::vector<unsigned char>(16, 0xEE));
 
     unsigned char pixel = 0;
-    EXPECT_EQ(chain.ConvertPixel(source.data(), &pixel).GetCode(), ResultCode::kNotSupported);
+    EXPECT_EQ(c.chain.ConvertPixel(source.data(), &pixel).GetCode(), ResultCode::kNotSupported);
 }
 
 TEST(ComplexConverter, OwnScratchHoldsTheWholeIntermediateAndIsReusedForSmallerImages) {
-    const Stage first(FreshID(), FreshID(), 0);
-    const Stage second(FreshID(), FreshID(), 0);
-    const ComplexConverter chain(first, second);
+    const PassThroughChain c;
+    const ComplexConverter& chain = c.chain;
     EXPECT_EQ(chain.GetScratchBuffer(), nullptr);
 
     const std::vector<unsigned char> large = Ramp(640 * 480);
@@ -374,9 +376,8 @@ TEST(ComplexConverter, CallerScratchIsAllocatedWhenTooSmallAndLeftToTheCaller) {
 }
 
 TEST(ComplexConverter, CallerScratchOfSufficientSizeIsUsedAsGivenAndNeverCleared) {
-    const Stage first(FreshID(), FreshID(), 0);
-    const Stage second(FreshID(), FreshID(), 0);
-    const ComplexConverter chain(first, second);
+    const PassThroughChain c;
+    const ComplexConverter& chain = c.chain;
     const uint32_t width = 6, height = 4, needed = width * height;
 
     uint32_t scratchSize = needed + 8;
@@ -397,9 +398,8 @@ TEST(ComplexConverter, CallerScratchOfSufficientSizeIsUsedAsGivenAndNeverCleared
 }
 
 TEST(ComplexConverter, ScratchPointerWithoutSizePointerUsesTheMemberBuffer) {
-    const Stage first(FreshID(), FreshID(), 0);
-    const Stage second(FreshID(), FreshID(), 0);
-    const ComplexConverter chain(first, second);
+    const PassThroughChain c;
+    const ComplexConverter& chain = c.chain;
     const std::vector<unsigned char> source = Ramp(64);
     std::vector<unsigned char> destination(64);
 

@@ -313,6 +313,8 @@ TEST_P(ZnconvertRejects, WithOneLineErrorNonZeroStatusAndNoOutputFile) {
 }
 
 const std::vector<std::string> kGray = {"-f", "0x10001", "-t", "0x10001"};
+const std::vector<std::string> kBayer = {"-f", "0x20010", "-t", "0x20010"};
+const std::vector<std::string> kPackedRGB = {"-f", "0x420002", "-t", "0x420006"};
 
 std::vector<std::string> With(std::vector<std::string> args, const std::vector<std::string>& more) {
     args.insert(args.end(), more.begin(), more.end());
@@ -373,29 +375,22 @@ INSTANTIATE_TEST_SUITE_P(
                 1, "cannot write output"},
         BadCase{"OutputIsADirectory", With(kGray, {"-s", "4x4", "IN", "DIR/subdir"}), 1,
                 "is a directory"},
-        BadCase{"UnknownPattern",
-                {"-f", "0x20010", "-t", "0x20010", "-s", "4x4", "--pattern", "RGBG", "IN", "OUT"},
-                2,
+        BadCase{"UnknownPattern", With(kBayer, {"-s", "4x4", "--pattern", "RGBG", "IN", "OUT"}), 2,
                 "--pattern 'RGBG'"},
         BadCase{"PatternForAGraySource",
                 With(kGray, {"-s", "4x4", "--pattern", "RGGB", "IN", "OUT"}), 2,
                 "--pattern applies to Bayer sources"},
         BadCase{"UnknownDemosaicMethod",
-                {"-f", "0x20010", "-t", "0x20010", "-s", "4x4", "--demosaic", "vng", "IN", "OUT"},
-                2,
+                With(kBayer, {"-s", "4x4", "--demosaic", "vng", "IN", "OUT"}), 2,
                 "--demosaic 'vng'"},
         BadCase{"FieldOrderForAProgressiveSource",
                 With(kGray, {"-s", "4x4", "--field-order", "bottom", "IN", "OUT"}), 2,
                 "--field-order applies to interlaced sources"},
         BadCase{"NegativeWhiteBalance",
-                {"-f", "0x420002", "-t", "0x420006", "-s", "2x2", "--white-balance", "1,-1,1", "IN",
-                 "OUT"},
-                2,
+                With(kPackedRGB, {"-s", "2x2", "--white-balance", "1,-1,1", "IN", "OUT"}), 2,
                 "between 0 and 255"},
         BadCase{"IncompleteWhiteBalance",
-                {"-f", "0x420002", "-t", "0x420006", "-s", "2x2", "--white-balance", "1,1", "IN",
-                 "OUT"},
-                2,
+                With(kPackedRGB, {"-s", "2x2", "--white-balance", "1,1", "IN", "OUT"}), 2,
                 "three numbers"},
         BadCase{"WhiteBalanceOnGray",
                 With(kGray, {"-s", "4x4", "--white-balance", "1,2,1", "IN", "OUT"}), 2,
