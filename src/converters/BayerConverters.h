@@ -30,6 +30,7 @@
 #include "ZnConvertersLib/Types.h"
 #include "converters/BayerRows.h"
 #include "converters/BayerRowsSSE2.h"
+#include "converters/BayerRowsSSSE3.h"
 #include "converters/BayerYUVChannels.h"
 #include "converters/KernelSupport.h"
 #include "converters/OutputPolicies.h"
@@ -230,9 +231,9 @@ private:
             const VectorRow vTop(pair.top, mSourceShift);
             const VectorRow vBottom(pair.top + pair.stride, mSourceShift);
             const auto& tables = pair.kernel.Tables();
-            done = pair.identity ? BayerDetail::BlockPairRows_SSE2<Layout, false>(
+            done = pair.identity ? BayerDetail::BlockPairRowsVector<Layout, false>(
                                        vTop, vBottom, tables, pair.out0, pair.out1, width)
-                                 : BayerDetail::BlockPairRows_SSE2<Layout, true>(
+                                 : BayerDetail::BlockPairRowsVector<Layout, true>(
                                        vTop, vBottom, tables, pair.out0, pair.out1, width);
         }
 #endif
@@ -277,9 +278,9 @@ private:
             const auto& tables = pair.kernel.Tables();
             const uint32_t steps = (width - 2) >> 1;
             done = pair.identity
-                       ? BayerDetail::NeighbourhoodInterior_SSE2<Layout, false>(
+                       ? BayerDetail::NeighbourhoodInteriorVector<Layout, false>(
                              vAbove, vTop, vBottom, vBelow, tables, pair.out0, pair.out1, steps)
-                       : BayerDetail::NeighbourhoodInterior_SSE2<Layout, true>(
+                       : BayerDetail::NeighbourhoodInteriorVector<Layout, true>(
                              vAbove, vTop, vBottom, vBelow, tables, pair.out0, pair.out1, steps);
         }
 #endif

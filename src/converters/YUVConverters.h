@@ -18,6 +18,7 @@
 #include "converters/OutputPolicies.h"
 #include "converters/YUVRows.h"
 #include "converters/YUVRowsSSE2.h"
+#include "converters/YUVRowsSSSE3.h"
 
 namespace ZnConvertersLib {
 
@@ -38,8 +39,8 @@ public:
 
 protected:
     // One line of `groups` groups of Layout, with the conversion's filter. The row is
-    // chosen once per call: the vector row where the layout has one, and the look-ups
-    // only when the filter is not the identity.
+    // chosen once per call: the SSSE3 row when the CPU has it, else the SSE2 row, where
+    // the layout has one; and the look-ups only when the filter is not the identity.
     template <class Layout, class Output>
     ZnUtilsLib::Result ConvertGroups(const unsigned char* source, unsigned char* destination,
                                      uint32_t groups, uint32_t shift) const {
@@ -60,6 +61,15 @@ private:
     static void Row(const unsigned char* source, const LineWriter<Output>& out,
                     const FilterTables8& tables, const uint8_t* saturate, uint32_t groups,
                     uint32_t shift) {
+#if defined(ZN_HAS_SSSE3_ROWS)
+        if constexpr (YUVDetail::HasRowSSSE3<Layout>::value) {
+            if (Simd::HasSsse3()) {
+                YUVDetail::ConvertGroupsRow_SSSE3<Layout, kFiltered>(source, out, tables, saturate,
+                                                                     groups, shift);
+                return;
+            }
+        }
+#endif
 #if defined(ZN_HAS_SSE2_ROWS)
         if constexpr (YUVDetail::HasRowSSE2<Layout>::value) {
             YUVDetail::ConvertGroupsRow_SSE2<Layout, kFiltered>(source, out, tables, saturate,
