@@ -95,14 +95,14 @@ private:
 // Sample is unsigned char for 8-bit mosaics and unsigned short (little-endian words) for
 // the deeper ones; sourceShift brings a sample to 8 bits (bits per sample − 8).
 template <class Sample, class Output>
-class BayerTo : public PixelConverter {
+class BayerTo : public UnitGranularityConverter {
     static_assert(Output::kIsColour, "Bayer mosaics convert to colour outputs");
 
 public:
     BayerTo(const int64& sourceTypeID, const int64& destinationTypeID, uint32_t sourcePixelSize,
             uint32_t destinationPixelSize, uint32_t sourceShift)
-        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize, 1,
-                         1),
+        : UnitGranularityConverter(sourceTypeID, destinationTypeID, sourcePixelSize,
+                                   destinationPixelSize),
           mSourceShift(sourceShift) {}
 
     uint32_t GetSourceShift() const { return mSourceShift; }
@@ -181,7 +181,7 @@ private:
               stride(context.sourceStride),
               layout(BayerDetail::kBlockLayout[BayerDetail::PatternFromFlags(context.flags)]
                                               [context.currentLine & 1u][0]),
-              identity(ChannelDetail::IsIdentity(kernel.Tables())) {}
+              identity(kernel.Tables().IsIdentity()) {}
         BayerKernel<Output> kernel;
         LineWriter<Output> out0;
         LineWriter<Output> out1;

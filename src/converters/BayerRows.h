@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 #include "converters/KernelSupport.h"
 
@@ -111,28 +112,19 @@ inline BayerRgb Interpolate(const BayerWindow& w) {
 // shift and cut to its low 8 bits, so samples above the declared depth wrap (as all
 // arithmetic downstream is on 8-bit values) instead of saturating.
 template <class Sample, bool kShifted>
-class BayerRow;
+class BayerRow {
+    static_assert(std::is_same_v<Sample, unsigned char> || std::is_same_v<Sample, unsigned short>,
+                  "8-bit samples or 16-bit little-endian words");
 
-template <bool kShifted>
-class BayerRow<unsigned char, kShifted> {
 public:
     BayerRow(const unsigned char* line, uint32_t shift) : mLine(line), mShift(shift) {}
     uint32_t operator[](std::ptrdiff_t x) const {
-        if constexpr (kShifted) return static_cast<uint8_t>(mLine[x] >> mShift);
-        return mLine[x];
-    }
-
-private:
-    const unsigned char* mLine;
-    uint32_t mShift;
-};
-
-template <bool kShifted>
-class BayerRow<unsigned short, kShifted> {
-public:
-    BayerRow(const unsigned char* line, uint32_t shift) : mLine(line), mShift(shift) {}
-    uint32_t operator[](std::ptrdiff_t x) const {
-        const uint32_t sample = LoadLE16(mLine + 2 * x);
+        uint32_t sample;
+        if constexpr (std::is_same_v<Sample, unsigned char>) {
+            sample = mLine[x];
+        } else {
+            sample = LoadLE16(mLine + 2 * x);
+        }
         if constexpr (kShifted) return static_cast<uint8_t>(sample >> mShift);
         return static_cast<uint8_t>(sample);
     }

@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
 #include "ZnConvertersLib/ConversionContext.h"
 #include "ZnConvertersLib/PixelConverter.h"
@@ -20,30 +19,16 @@
 namespace ZnConvertersLib {
 
 template <class Output>
-class BGR10PackedV1To
-    : public PackedRGBDetail::ColourConverter<BitPackedRGBDetail::BGR10V1Reader, Output> {
-public:
-    using PackedRGBDetail::ColourConverter<BitPackedRGBDetail::BGR10V1Reader,
-                                           Output>::ColourConverter;
-};
-
+using BGR10PackedV1To = PackedRGBDetail::ColourConverter<BitPackedRGBDetail::BGR10V1Reader, Output>;
 template <class Output>
-class BGR10PackedV2To
-    : public PackedRGBDetail::ColourConverter<BitPackedRGBDetail::BGR10V2Reader, Output> {
-public:
-    using PackedRGBDetail::ColourConverter<BitPackedRGBDetail::BGR10V2Reader,
-                                           Output>::ColourConverter;
-};
+using BGR10PackedV2To = PackedRGBDetail::ColourConverter<BitPackedRGBDetail::BGR10V2Reader, Output>;
 
 // Converts whole 9-byte groups: an odd width reads its last group whole and writes one
 // pixel beyond the width, so destination lines need room for an even number of pixels.
 template <class Output>
-class RGB12PackedV1To : public PixelConverter {
+class RGB12PackedV1To : public UnitGranularityConverter {
 public:
-    RGB12PackedV1To(const int64& sourceTypeID, const int64& destinationTypeID,
-                    uint32_t sourcePixelSize, uint32_t destinationPixelSize)
-        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize, 1,
-                         1) {}
+    using UnitGranularityConverter::UnitGranularityConverter;
 
     // 4.5 bytes a pixel, rounded down; the product wraps in 32 bits like the base's.
     uint32_t GetSourceLineSize(uint32_t width) const override { return width * 9u / 2u; }
@@ -65,16 +50,7 @@ public:
 // Planar 8-bit samples (unsigned char) or 16-bit little-endian samples (unsigned short),
 // each shifted right by the source shift and cut to 8 bits.
 template <class Sample, class Output>
-class RGBPlanarTo
-    : public PackedRGBDetail::ShiftedColourConverter<BitPackedRGBDetail::PlanarReader<Sample>,
-                                                     Output> {
-    static_assert(std::is_same<Sample, unsigned char>::value ||
-                      std::is_same<Sample, unsigned short>::value,
-                  "planar samples are 8 or 16 bits");
-
-public:
-    using PackedRGBDetail::ShiftedColourConverter<BitPackedRGBDetail::PlanarReader<Sample>,
-                                                  Output>::ShiftedColourConverter;
-};
+using RGBPlanarTo =
+    PackedRGBDetail::ColourConverter<BitPackedRGBDetail::PlanarReader<Sample>, Output>;
 
 }  // namespace ZnConvertersLib

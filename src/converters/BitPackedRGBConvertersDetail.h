@@ -54,6 +54,9 @@ struct RGB12V1PairReader {
 // height of the conversion.
 template <class Sample>
 struct PlanarReader {
+    static_assert(std::is_same<Sample, unsigned char>::value ||
+                      std::is_same<Sample, unsigned short>::value,
+                  "planar samples are 8 or 16 bits");
     PlanarReader(const unsigned char* line, const ConversionContext& context, uint32_t shift)
         : line(line),
           planeSize(static_cast<std::size_t>(context.sourceStride) * context.sourceHeight),

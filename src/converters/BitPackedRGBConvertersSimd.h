@@ -47,25 +47,10 @@ template <class Sample>
 struct PlanarRgbx {
     static constexpr bool kAvailable = true;
     ZN_TARGET_SSSE3 explicit PlanarRgbx(const BitPackedRGBDetail::PlanarReader<Sample>& read)
-        : line(read.line),
-          planeSize(read.planeSize),
-          count(_mm_cvtsi32_si128(static_cast<int>(read.shift))),
-          keep(_mm_set1_epi8(static_cast<char>(read.shift < 8 ? 0xFFu >> read.shift : 0u))) {}
+        : line(read.line), planeSize(read.planeSize), samples(read.shift) {}
     bool Accepts() const { return true; }
     ZN_TARGET_SSSE3 __m128i Plane16(const unsigned char* plane, std::size_t i) const {
-        if constexpr (sizeof(Sample) == 1) {
-            // A 16-bit shift moves bits of the neighbouring byte into the top of each byte;
-            // the per-byte mask removes them.
-            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(plane + i));
-            return _mm_and_si128(_mm_srl_epi16(v, count), keep);
-        } else {
-            const __m128i low = _mm_set1_epi16(0xFF);
-            const unsigned char* p = plane + 2 * i;
-            const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-            const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16));
-            return _mm_packus_epi16(_mm_and_si128(_mm_srl_epi16(a, count), low),
-                                    _mm_and_si128(_mm_srl_epi16(b, count), low));
-        }
+        return samples.Load(plane + sizeof(Sample) * i);
     }
     ZN_TARGET_SSSE3 void Decode16(std::size_t i, __m128i px[4]) const {
         const __m128i r = Plane16(line, i);
@@ -81,7 +66,7 @@ struct PlanarRgbx {
     }
     const unsigned char* line;
     std::size_t planeSize;
-    __m128i count, keep;
+    ShiftedSamples16<Sample> samples;
 };
 
 template <class Sample>

@@ -38,30 +38,55 @@ inline DualTapSteps DualTapStepsFor(const int64& sourceTypeID) {
     return {0, 0};
 }
 
+// Base of the gray converters that can undo a dual-tap readout: the tap steps and the
+// source shift (only its low five bits are used).
+class DualTapGrayscaleConverter : public UnitGranularityConverter {
+public:
+    // Tap steps from the tap-layout bits of the source identifier.
+    DualTapGrayscaleConverter(const int64& sourceTypeID, const int64& destinationTypeID,
+                              uint32_t sourcePixelSize, uint32_t destinationPixelSize,
+                              uint32_t sourceShift)
+        : DualTapGrayscaleConverter(sourceTypeID, destinationTypeID, sourcePixelSize,
+                                    destinationPixelSize, DualTapStepsFor(sourceTypeID),
+                                    sourceShift) {}
+
+    DualTapGrayscaleConverter(const int64& sourceTypeID, const int64& destinationTypeID,
+                              uint32_t sourcePixelSize, uint32_t destinationPixelSize,
+                              int32_t leftStep, int32_t rightStep, uint32_t sourceShift)
+        : DualTapGrayscaleConverter(sourceTypeID, destinationTypeID, sourcePixelSize,
+                                    destinationPixelSize, DualTapSteps{leftStep, rightStep},
+                                    sourceShift) {}
+
+    int32_t GetLeftStep() const { return mSteps.left; }
+    int32_t GetRightStep() const { return mSteps.right; }
+    uint32_t GetSourceShift() const { return mSourceShift; }
+
+protected:
+    bool InPixelOrder() const { return mSteps.left == 0 && mSteps.right == 0; }
+
+private:
+    DualTapGrayscaleConverter(const int64& sourceTypeID, const int64& destinationTypeID,
+                              uint32_t sourcePixelSize, uint32_t destinationPixelSize,
+                              DualTapSteps steps, uint32_t sourceShift)
+        : UnitGranularityConverter(sourceTypeID, destinationTypeID, sourcePixelSize,
+                                   destinationPixelSize),
+          mSteps(steps),
+          mSourceShift(sourceShift) {}
+
+    DualTapSteps mSteps;
+    uint32_t mSourceShift;
+};
+
 // 8-bit samples (unsigned char) or 16-bit little-endian samples (unsigned short), each
 // shifted right by the source shift and reduced to 8 bits.
 template <class Sample, class Output>
-class GrayscaleTo : public PixelConverter {
+class GrayscaleTo : public DualTapGrayscaleConverter {
     static_assert(std::is_same<Sample, unsigned char>::value ||
                       std::is_same<Sample, unsigned short>::value,
                   "gray samples are 8 or 16 bits");
 
 public:
-    // Tap steps from the tap-layout bits of the source identifier.
-    GrayscaleTo(const int64& sourceTypeID, const int64& destinationTypeID, uint32_t sourcePixelSize,
-                uint32_t destinationPixelSize, uint32_t sourceShift)
-        : GrayscaleTo(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize,
-                      DualTapStepsFor(sourceTypeID), sourceShift) {}
-
-    GrayscaleTo(const int64& sourceTypeID, const int64& destinationTypeID, uint32_t sourcePixelSize,
-                uint32_t destinationPixelSize, int32_t leftStep, int32_t rightStep,
-                uint32_t sourceShift)
-        : GrayscaleTo(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize,
-                      DualTapSteps{leftStep, rightStep}, sourceShift) {}
-
-    int32_t GetLeftStep() const { return mSteps.left; }
-    int32_t GetRightStep() const { return mSteps.right; }
-    uint32_t GetSourceShift() const { return mSourceShift; }
+    using DualTapGrayscaleConverter::DualTapGrayscaleConverter;
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
@@ -70,35 +95,22 @@ public:
                                                  Gray8Pixels, Gray16Pixels>::type;
         ConversionContextScope context;
         const LineWriter<Output> out(destination, *context);
-        const Pixels pixels{source, mSourceShift & kShiftMask};
-        if (mSteps.left == 0 && mSteps.right == 0) {
+        const Pixels pixels{source, GetSourceShift() & kShiftMask};
+        if (InPixelOrder()) {
             WriteSequential(pixels, out, width);
         } else {
-            WriteDualTap(PixelPairs<Pixels>{pixels}, out, width & ~1u, mSteps.left, mSteps.right);
+            WriteDualTap(PixelPairs<Pixels>{pixels}, out, width & ~1u, GetLeftStep(),
+                         GetRightStep());
         }
         return ZnUtilsLib::Result(ResultCode::kSuccess);
     }
-
-private:
-    GrayscaleTo(const int64& sourceTypeID, const int64& destinationTypeID, uint32_t sourcePixelSize,
-                uint32_t destinationPixelSize, DualTapSteps steps, uint32_t sourceShift)
-        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize, 1,
-                         1),
-          mSteps(steps),
-          mSourceShift(sourceShift) {}
-
-    DualTapSteps mSteps;
-    uint32_t mSourceShift;
 };
 
 // Two's complement bytes, offset so that -128 is black and 127 white.
 template <class Output>
-class Grayscale8SignedTo : public PixelConverter {
+class Grayscale8SignedTo : public UnitGranularityConverter {
 public:
-    Grayscale8SignedTo(const int64& sourceTypeID, const int64& destinationTypeID,
-                       uint32_t sourcePixelSize, uint32_t destinationPixelSize)
-        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize, 1,
-                         1) {}
+    using UnitGranularityConverter::UnitGranularityConverter;
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
@@ -116,12 +128,9 @@ public:
 // written, so destination lines need room for an even number of pixels. Callers rely on
 // the pairing, so the overrun stays.
 template <class Output>
-class GrayscalePackedGEVTo : public PixelConverter {
+class GrayscalePackedGEVTo : public UnitGranularityConverter {
 public:
-    GrayscalePackedGEVTo(const int64& sourceTypeID, const int64& destinationTypeID,
-                         uint32_t sourcePixelSize, uint32_t destinationPixelSize)
-        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize, 1,
-                         1) {}
+    using UnitGranularityConverter::UnitGranularityConverter;
 
     uint32_t GetSourceLineSize(uint32_t width) const override { return width * 3 / 2; }
 
@@ -141,24 +150,9 @@ public:
 // p1 = b1 >> 4 | b2 << 4. Unlike the GEV packing, an odd width drops its last pixel: only
 // whole pairs inside the width are converted.
 template <class Output>
-class Grayscale12PackedTo : public PixelConverter {
+class Grayscale12PackedTo : public DualTapGrayscaleConverter {
 public:
-    Grayscale12PackedTo(const int64& sourceTypeID, const int64& destinationTypeID,
-                        uint32_t sourcePixelSize, uint32_t destinationPixelSize,
-                        uint32_t sourceShift)
-        : Grayscale12PackedTo(sourceTypeID, destinationTypeID, sourcePixelSize,
-                              destinationPixelSize, DualTapStepsFor(sourceTypeID), sourceShift) {}
-
-    Grayscale12PackedTo(const int64& sourceTypeID, const int64& destinationTypeID,
-                        uint32_t sourcePixelSize, uint32_t destinationPixelSize, int32_t leftStep,
-                        int32_t rightStep, uint32_t sourceShift)
-        : Grayscale12PackedTo(sourceTypeID, destinationTypeID, sourcePixelSize,
-                              destinationPixelSize, DualTapSteps{leftStep, rightStep},
-                              sourceShift) {}
-
-    int32_t GetLeftStep() const { return mSteps.left; }
-    int32_t GetRightStep() const { return mSteps.right; }
-    uint32_t GetSourceShift() const { return mSourceShift; }
+    using DualTapGrayscaleConverter::DualTapGrayscaleConverter;
 
     uint32_t GetSourceLineSize(uint32_t width) const override { return width * 3 / 2; }
 
@@ -167,27 +161,15 @@ public:
         using namespace GrayscaleDetail;
         ConversionContextScope context;
         const LineWriter<Output> out(destination, *context);
-        const Packed12Pairs pairs{source, mSourceShift & kShiftMask};
+        const Packed12Pairs pairs{source, GetSourceShift() & kShiftMask};
         const uint32_t evenWidth = width & ~1u;
-        if (mSteps.left == 0 && mSteps.right == 0) {
+        if (InPixelOrder()) {
             WritePackedPairs(pairs, out, evenWidth / 2);
         } else {
-            WriteDualTap(pairs, out, evenWidth, mSteps.left, mSteps.right);
+            WriteDualTap(pairs, out, evenWidth, GetLeftStep(), GetRightStep());
         }
         return ZnUtilsLib::Result(ResultCode::kSuccess);
     }
-
-private:
-    Grayscale12PackedTo(const int64& sourceTypeID, const int64& destinationTypeID,
-                        uint32_t sourcePixelSize, uint32_t destinationPixelSize, DualTapSteps steps,
-                        uint32_t sourceShift)
-        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize, 1,
-                         1),
-          mSteps(steps),
-          mSourceShift(sourceShift) {}
-
-    DualTapSteps mSteps;
-    uint32_t mSourceShift;
 };
 
 }  // namespace ZnConvertersLib

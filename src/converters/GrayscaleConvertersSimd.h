@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 #include "converters/OutputPolicies.h"
 #include "converters/PackedRGBConvertersSimd.h"
@@ -22,40 +23,17 @@ enum class GrayLayout {
 
 #if ZN_CONVERTERS_X86_SIMD
 
+// 8- and 16-bit samples: (sample >> shift) cut to 8 bits.
 template <GrayLayout Layout>
-struct GrayDecoder;
-
-// (byte >> shift): a 16-bit shift moves bits of the neighbouring byte into the top of each
-// byte, which the per-byte mask removes.
-template <>
-struct GrayDecoder<GrayLayout::k8Bit> {
+struct GrayDecoder {
+    using Sample = std::conditional_t<Layout == GrayLayout::k8Bit, unsigned char, unsigned short>;
     ZN_TARGET_SSSE3 GrayDecoder(const unsigned char* line, uint32_t shift)
-        : line(line),
-          count(_mm_cvtsi32_si128(static_cast<int>(shift))),
-          keep(_mm_set1_epi8(static_cast<char>(shift < 8 ? 0xFFu >> shift : 0u))) {}
+        : line(line), samples(shift) {}
     ZN_TARGET_SSSE3 __m128i Decode16(std::size_t i) const {
-        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(line + i));
-        return _mm_and_si128(_mm_srl_epi16(v, count), keep);
+        return samples.Load(line + sizeof(Sample) * i);
     }
     const unsigned char* line;
-    __m128i count, keep;
-};
-
-// (word >> shift) & 0xFF.
-template <>
-struct GrayDecoder<GrayLayout::k16Bit> {
-    ZN_TARGET_SSSE3 GrayDecoder(const unsigned char* line, uint32_t shift)
-        : line(line), count(_mm_cvtsi32_si128(static_cast<int>(shift))) {}
-    ZN_TARGET_SSSE3 __m128i Decode16(std::size_t i) const {
-        const unsigned char* p = line + 2 * i;
-        const __m128i low = _mm_set1_epi16(0xFF);
-        const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16));
-        return _mm_packus_epi16(_mm_and_si128(_mm_srl_epi16(a, count), low),
-                                _mm_and_si128(_mm_srl_epi16(b, count), low));
-    }
-    const unsigned char* line;
-    __m128i count;
+    ShiftedSamples16<Sample> samples;
 };
 
 // Pair k of twelve bytes at offset o: its first sample is the word at bytes (o + 3k,

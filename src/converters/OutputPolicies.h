@@ -43,38 +43,23 @@ struct OutputRGB16 : ColourOutput<OutputRGB16, 2> {
     }
 };
 
-struct OutputRGB24 : ColourOutput<OutputRGB24, 3> {
+// Channels side by side at byte offsets R, G and B of each pixel. A fourth byte is always
+// opaque, whatever the source carried.
+template <uint32_t PixelSize, uint32_t R, uint32_t G, uint32_t B>
+struct InterleavedOutput : ColourOutput<InterleavedOutput<PixelSize, R, G, B>, PixelSize> {
+    static_assert(PixelSize == 3 || PixelSize == 4, "three- or four-byte pixels");
     static void Store(unsigned char* line, uint32_t, std::ptrdiff_t i, uint8_t r, uint8_t g,
                       uint8_t b) {
-        unsigned char* p = line + 3 * i;
-        p[0] = r, p[1] = g, p[2] = b;
+        unsigned char* p = line + PixelSize * i;
+        p[R] = r, p[G] = g, p[B] = b;
+        if constexpr (PixelSize == 4) p[3] = 0xFF;
     }
 };
 
-struct OutputBGR24 : ColourOutput<OutputBGR24, 3> {
-    static void Store(unsigned char* line, uint32_t, std::ptrdiff_t i, uint8_t r, uint8_t g,
-                      uint8_t b) {
-        unsigned char* p = line + 3 * i;
-        p[0] = b, p[1] = g, p[2] = r;
-    }
-};
-
-// The fourth byte is always opaque, whatever the source carried.
-struct OutputRGB32 : ColourOutput<OutputRGB32, 4> {
-    static void Store(unsigned char* line, uint32_t, std::ptrdiff_t i, uint8_t r, uint8_t g,
-                      uint8_t b) {
-        unsigned char* p = line + 4 * i;
-        p[0] = r, p[1] = g, p[2] = b, p[3] = 0xFF;
-    }
-};
-
-struct OutputBGR32 : ColourOutput<OutputBGR32, 4> {
-    static void Store(unsigned char* line, uint32_t, std::ptrdiff_t i, uint8_t r, uint8_t g,
-                      uint8_t b) {
-        unsigned char* p = line + 4 * i;
-        p[0] = b, p[1] = g, p[2] = r, p[3] = 0xFF;
-    }
-};
+struct OutputRGB24 : InterleavedOutput<3, 0, 1, 2> {};
+struct OutputBGR24 : InterleavedOutput<3, 2, 1, 0> {};
+struct OutputRGB32 : InterleavedOutput<4, 0, 1, 2> {};
+struct OutputBGR32 : InterleavedOutput<4, 2, 1, 0> {};
 
 // Three whole-image planes R, G, B one after the other; the line pointer addresses the
 // red plane and the others follow at one and two plane sizes.

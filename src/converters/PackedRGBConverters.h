@@ -84,61 +84,23 @@ using RGB64Reader = WordChannelReader<8, 0, 2, 4>;
 }  // namespace PackedRGBDetail
 
 template <class Output>
-class RGB16To : public PackedRGBDetail::ColourConverter<PackedRGBDetail::RGB16Reader, Output> {
-public:
-    using PackedRGBDetail::ColourConverter<PackedRGBDetail::RGB16Reader, Output>::ColourConverter;
-};
-
+using RGB16To = PackedRGBDetail::ColourConverter<PackedRGBDetail::RGB16Reader, Output>;
 template <class Output>
-class RGB24PackedTo
-    : public PackedRGBDetail::ColourConverter<PackedRGBDetail::RGB24Reader, Output> {
-public:
-    using PackedRGBDetail::ColourConverter<PackedRGBDetail::RGB24Reader, Output>::ColourConverter;
-};
-
+using RGB24PackedTo = PackedRGBDetail::ColourConverter<PackedRGBDetail::RGB24Reader, Output>;
 template <class Output>
-class BGR24PackedTo
-    : public PackedRGBDetail::ColourConverter<PackedRGBDetail::BGR24Reader, Output> {
-public:
-    using PackedRGBDetail::ColourConverter<PackedRGBDetail::BGR24Reader, Output>::ColourConverter;
-};
-
+using BGR24PackedTo = PackedRGBDetail::ColourConverter<PackedRGBDetail::BGR24Reader, Output>;
 template <class Output>
-class RGB32To : public PackedRGBDetail::ColourConverter<PackedRGBDetail::RGB32Reader, Output> {
-public:
-    using PackedRGBDetail::ColourConverter<PackedRGBDetail::RGB32Reader, Output>::ColourConverter;
-};
-
+using RGB32To = PackedRGBDetail::ColourConverter<PackedRGBDetail::RGB32Reader, Output>;
 template <class Output>
-class BGR32To : public PackedRGBDetail::ColourConverter<PackedRGBDetail::BGR32Reader, Output> {
-public:
-    using PackedRGBDetail::ColourConverter<PackedRGBDetail::BGR32Reader, Output>::ColourConverter;
-};
+using BGR32To = PackedRGBDetail::ColourConverter<PackedRGBDetail::BGR32Reader, Output>;
 
 // The three 16-bit families take a source shift: 2 for 10-bit samples, 4 for 12-bit, 8 for
 // samples normalized to the top of the word.
 template <class Output>
-class RGB48To
-    : public PackedRGBDetail::ShiftedColourConverter<PackedRGBDetail::RGB48Reader, Output> {
-public:
-    using PackedRGBDetail::ShiftedColourConverter<PackedRGBDetail::RGB48Reader,
-                                                  Output>::ShiftedColourConverter;
-};
-
+using RGB48To = PackedRGBDetail::ColourConverter<PackedRGBDetail::RGB48Reader, Output>;
 template <class Output>
-class BGR48To
-    : public PackedRGBDetail::ShiftedColourConverter<PackedRGBDetail::BGR48Reader, Output> {
-public:
-    using PackedRGBDetail::ShiftedColourConverter<PackedRGBDetail::BGR48Reader,
-                                                  Output>::ShiftedColourConverter;
-};
-
+using BGR48To = PackedRGBDetail::ColourConverter<PackedRGBDetail::BGR48Reader, Output>;
 template <class Output>
-class RGB64To
-    : public PackedRGBDetail::ShiftedColourConverter<PackedRGBDetail::RGB64Reader, Output> {
-public:
-    using PackedRGBDetail::ShiftedColourConverter<PackedRGBDetail::RGB64Reader,
-                                                  Output>::ShiftedColourConverter;
-};
+using RGB64To = PackedRGBDetail::ColourConverter<PackedRGBDetail::RGB64Reader, Output>;
 
 }  // namespace ZnConvertersLib

@@ -13,12 +13,18 @@
 
 #include "converters/OutputPolicies.h"
 
-#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__))
+// The SSSE3 rows are chosen at run time, but share loaders with the SSE2 rows, so they take
+// SSE2 as the baseline.
+#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__)) && defined(__SSE2__)
 #define ZN_CONVERTERS_X86_SIMD 1
 #include <immintrin.h>
 #define ZN_TARGET_SSSE3 __attribute__((target("ssse3")))
 #else
 #define ZN_CONVERTERS_X86_SIMD 0
+#endif
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
 #endif
 
 namespace ZnConvertersLib {
@@ -38,6 +44,49 @@ inline bool HasSsse3() {
 }
 
 constexpr uint32_t kRowPixels = 16;
+
+#if defined(__SSE2__)
+
+// Sixteen samples from p, each shifted right by the source shift and cut to its low 8
+// bits: bytes, or little-endian words. SSE2 only, so the SSE2 rows share it.
+template <class Sample>
+class ShiftedSamples16;
+
+template <>
+class ShiftedSamples16<unsigned char> {
+public:
+    explicit ShiftedSamples16(uint32_t shift)
+        : mCount(_mm_cvtsi32_si128(static_cast<int>(shift))),
+          mKeep(_mm_set1_epi8(static_cast<char>(shift < 8 ? 0xFFu >> shift : 0u))) {}
+    // A 16-bit shift moves bits of the neighbouring byte into the top of each byte; the
+    // per-byte mask removes them.
+    __m128i Load(const unsigned char* p) const {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        return _mm_and_si128(_mm_srl_epi16(v, mCount), mKeep);
+    }
+
+private:
+    __m128i mCount, mKeep;
+};
+
+template <>
+class ShiftedSamples16<unsigned short> {
+public:
+    explicit ShiftedSamples16(uint32_t shift)
+        : mCount(_mm_cvtsi32_si128(static_cast<int>(shift))) {}
+    __m128i Load(const unsigned char* p) const {
+        const __m128i low = _mm_set1_epi16(0x00FF);
+        const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16));
+        return _mm_packus_epi16(_mm_and_si128(_mm_srl_epi16(a, mCount), low),
+                                _mm_and_si128(_mm_srl_epi16(b, mCount), low));
+    }
+
+private:
+    __m128i mCount;
+};
+
+#endif  // __SSE2__
 
 // Decoder of a reader's source layout into RGBX lanes. Specialisations are built from the
 // reader once per row and provide
@@ -103,45 +152,33 @@ ZN_TARGET_SSSE3 inline void StoreQuads(unsigned char* out, const __m128i px[4], 
     }
 }
 
-template <>
-struct RgbxStore<OutputRGB24> {
+// Three- or four-byte pixels taking channels First, Second and Third of each RGBX lane (0
+// is R, 1 G, 2 B) into their bytes 0, 1 and 2; a fourth byte is opaque.
+template <std::size_t PixelBytes, int First, int Second, int Third>
+struct InterleavedRgbxStore {
+    static_assert(PixelBytes == 3 || PixelBytes == 4, "three- or four-byte pixels");
     static constexpr bool kAvailable = true;
-    ZN_TARGET_SSSE3 RgbxStore() : mask(PackTripletsMask(0, 1, 2)) {}
+    ZN_TARGET_SSSE3 InterleavedRgbxStore()
+        : mask(PixelBytes == 3 ? PackTripletsMask(First, Second, Third)
+                               : GatherRgbxMask(4, First, Second, Third)) {}
     ZN_TARGET_SSSE3 void Store16(unsigned char* line, std::size_t i, const __m128i px[4]) const {
-        StoreTriplets(line + 3 * i, px, mask);
+        if constexpr (PixelBytes == 3) {
+            StoreTriplets(line + 3 * i, px, mask);
+        } else {
+            StoreQuads(line + 4 * i, px, mask);
+        }
     }
     __m128i mask;
 };
 
 template <>
-struct RgbxStore<OutputBGR24> {
-    static constexpr bool kAvailable = true;
-    ZN_TARGET_SSSE3 RgbxStore() : mask(PackTripletsMask(2, 1, 0)) {}
-    ZN_TARGET_SSSE3 void Store16(unsigned char* line, std::size_t i, const __m128i px[4]) const {
-        StoreTriplets(line + 3 * i, px, mask);
-    }
-    __m128i mask;
-};
-
+struct RgbxStore<OutputRGB24> : InterleavedRgbxStore<3, 0, 1, 2> {};
 template <>
-struct RgbxStore<OutputRGB32> {
-    static constexpr bool kAvailable = true;
-    ZN_TARGET_SSSE3 RgbxStore() : mask(GatherRgbxMask(4, 0, 1, 2)) {}
-    ZN_TARGET_SSSE3 void Store16(unsigned char* line, std::size_t i, const __m128i px[4]) const {
-        StoreQuads(line + 4 * i, px, mask);
-    }
-    __m128i mask;
-};
-
+struct RgbxStore<OutputBGR24> : InterleavedRgbxStore<3, 2, 1, 0> {};
 template <>
-struct RgbxStore<OutputBGR32> {
-    static constexpr bool kAvailable = true;
-    ZN_TARGET_SSSE3 RgbxStore() : mask(GatherRgbxMask(4, 2, 1, 0)) {}
-    ZN_TARGET_SSSE3 void Store16(unsigned char* line, std::size_t i, const __m128i px[4]) const {
-        StoreQuads(line + 4 * i, px, mask);
-    }
-    __m128i mask;
-};
+struct RgbxStore<OutputRGB32> : InterleavedRgbxStore<4, 0, 1, 2> {};
+template <>
+struct RgbxStore<OutputBGR32> : InterleavedRgbxStore<4, 2, 1, 0> {};
 
 // Three-byte pixels: the four 12-byte groups of a 48-byte block are brought to the start
 // of a register before the gather.

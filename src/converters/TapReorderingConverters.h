@@ -44,45 +44,38 @@ void ReorderQuadTaps(const unsigned char* source, unsigned char* destination,
     }
 }
 
-}  // namespace TapReorderingDetail
-
-class Dalsa4x8ToGrayscale8 : public PixelConverter {
+// Quad-tap converters of PixelBytes-byte pixels. Pixels after the last whole group of four
+// are not written.
+template <std::size_t PixelBytes>
+class QuadTapsTo : public PixelConverter {
 public:
-    Dalsa4x8ToGrayscale8(const int64& sourceTypeID, const int64& destinationTypeID,
-                         uint32_t sourcePixelSize, uint32_t destinationPixelSize)
+    QuadTapsTo(const int64& sourceTypeID, const int64& destinationTypeID, uint32_t sourcePixelSize,
+               uint32_t destinationPixelSize)
         : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize,
-                         TapReorderingDetail::kTapGranularity, 1) {}
+                         kTapGranularity, 1) {}
 
-    // Pixels after the last whole group of four are not written.
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
         ConversionContextScope context;
-        TapReorderingDetail::ReorderQuadTaps<1>(source, destination, context->destinationStride,
-                                                width - width % GetPixelGranularity());
+        ReorderQuadTaps<PixelBytes>(source, destination, context->destinationStride,
+                                    width - width % GetPixelGranularity());
         return ZnUtilsLib::Result(ResultCode::kSuccess);
     }
 };
 
+}  // namespace TapReorderingDetail
+
+using Dalsa4x8ToGrayscale8 = TapReorderingDetail::QuadTapsTo<1>;
+
 // 16-bit words, copied unchanged (no shift): a 10-bit source stays 10-bit.
-class Dalsa4x16ToGrayscale16 : public PixelConverter {
+class Dalsa4x16ToGrayscale16 : public TapReorderingDetail::QuadTapsTo<2> {
 public:
+    using QuadTapsTo::QuadTapsTo;
+
     // The 10-bit quad-tap gray source to 10-bit gray; with normalized set, both identifiers
     // carry the Normalized attribute.
     explicit Dalsa4x16ToGrayscale16(bool normalized)
-        : Dalsa4x16ToGrayscale16(SourceFor(normalized), DestinationFor(normalized), 2, 2) {}
-
-    Dalsa4x16ToGrayscale16(const int64& sourceTypeID, const int64& destinationTypeID,
-                           uint32_t sourcePixelSize, uint32_t destinationPixelSize)
-        : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize,
-                         TapReorderingDetail::kTapGranularity, 1) {}
-
-    ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
-                                    uint32_t width) const override {
-        ConversionContextScope context;
-        TapReorderingDetail::ReorderQuadTaps<2>(source, destination, context->destinationStride,
-                                                width - width % GetPixelGranularity());
-        return ZnUtilsLib::Result(ResultCode::kSuccess);
-    }
+        : QuadTapsTo(SourceFor(normalized), DestinationFor(normalized), 2, 2) {}
 
 private:
     static int64 SourceFor(bool normalized) {

@@ -20,7 +20,8 @@ void BuildSaturationTable() {
 
 YUVTo::YUVTo(const int64& sourceTypeID, const int64& destinationTypeID, uint32_t sourcePixelSize,
              uint32_t destinationPixelSize)
-    : PixelConverter(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize, 1, 1) {
+    : UnitGranularityConverter(sourceTypeID, destinationTypeID, sourcePixelSize,
+                               destinationPixelSize) {
     // Converters are built at load on one thread; the once-flag keeps converters built
     // later on other threads from racing on the table.
     std::call_once(gSaturationBuilt, BuildSaturationTable);

@@ -22,7 +22,7 @@
 
 namespace ZnConvertersLib {
 
-class YUVTo : public PixelConverter {
+class YUVTo : public UnitGranularityConverter {
 public:
     // Builds the shared saturation table on first construction.
     YUVTo(const int64& sourceTypeID, const int64& destinationTypeID, uint32_t sourcePixelSize,
@@ -48,7 +48,7 @@ protected:
         const FilterTables8 tables(*context);
         const LineWriter<Output> out(destination, *context);
         const uint8_t* saturate = GetSaturationTable() + YUVDetail::kSaturationOffset;
-        if (ChannelDetail::IsIdentity(tables)) {
+        if (tables.IsIdentity()) {
             Row<Layout, false>(source, out, tables, saturate, groups, shift);
         } else {
             Row<Layout, true>(source, out, tables, saturate, groups, shift);
@@ -61,17 +61,15 @@ private:
     static void Row(const unsigned char* source, const LineWriter<Output>& out,
                     const FilterTables8& tables, const uint8_t* saturate, uint32_t groups,
                     uint32_t shift) {
+#if defined(ZN_HAS_SSE2_ROWS)
+        if constexpr (YUVDetail::HasVectorRows<Layout>::value) {
 #if defined(ZN_HAS_SSSE3_ROWS)
-        if constexpr (YUVDetail::HasRowSSSE3<Layout>::value) {
             if (Simd::HasSsse3()) {
                 YUVDetail::ConvertGroupsRow_SSSE3<Layout, kFiltered>(source, out, tables, saturate,
                                                                      groups, shift);
                 return;
             }
-        }
 #endif
-#if defined(ZN_HAS_SSE2_ROWS)
-        if constexpr (YUVDetail::HasRowSSE2<Layout>::value) {
             YUVDetail::ConvertGroupsRow_SSE2<Layout, kFiltered>(source, out, tables, saturate,
                                                                 groups, shift);
             return;
@@ -82,41 +80,46 @@ private:
     }
 };
 
-// Y0 U Y1 V. The last pixel of an odd width is not written.
-template <class Output>
-class YUV8To : public YUVTo {
+// The layouts of one or two pixels a group, 8-bit samples: a line holds width / pixels
+// whole groups, so the last pixel of an odd 4:2:2 width is not written.
+template <class Layout, class Output>
+class YUVGroupsTo : public YUVTo {
+    static_assert(Layout::kPixels <= 2, "groups of one or two pixels");
+
 public:
-    YUV8To(const int64& sourceTypeID, const int64& destinationTypeID, uint32_t sourcePixelSize,
-           uint32_t destinationPixelSize)
-        : YUVTo(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize) {}
+    using YUVTo::YUVTo;
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
-        return ConvertGroups<YUVDetail::Layout422, Output>(source, destination, width / 2, 0);
+        return ConvertGroups<Layout, Output>(source, destination, width / Layout::kPixels, 0);
     }
 };
 
-// U Y0 V Y1. The last pixel of an odd width is not written.
+// Y0 U Y1 V.
 template <class Output>
-class YUV8422GEVTo : public YUVTo {
-public:
-    YUV8422GEVTo(const int64& sourceTypeID, const int64& destinationTypeID,
-                 uint32_t sourcePixelSize, uint32_t destinationPixelSize)
-        : YUVTo(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize) {}
+using YUV8To = YUVGroupsTo<YUVDetail::Layout422, Output>;
 
-    ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
-                                    uint32_t width) const override {
-        return ConvertGroups<YUVDetail::Layout422GEV, Output>(source, destination, width / 2, 0);
-    }
-};
+// U Y0 V Y1.
+template <class Output>
+using YUV8422GEVTo = YUVGroupsTo<YUVDetail::Layout422GEV, Output>;
+
+// Y U V.
+template <class Output>
+using YUV8444To = YUVGroupsTo<YUVDetail::Layout444, Output>;
+
+// U Y V.
+template <class Output>
+using YUV8444GEVTo = YUVGroupsTo<YUVDetail::Layout444GEV, Output>;
+
+// Y Cr Cb: the 4:4:4 matrix with the chroma bytes swapped.
+template <class Output>
+using YCrCbTo = YUVGroupsTo<YUVDetail::LayoutYCrCb, Output>;
 
 // U Y0 Y1 V Y2 Y3: 12 bits per pixel.
 template <class Output>
 class YUV8411To : public YUVTo {
 public:
-    YUV8411To(const int64& sourceTypeID, const int64& destinationTypeID, uint32_t sourcePixelSize,
-              uint32_t destinationPixelSize)
-        : YUVTo(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize) {}
+    using YUVTo::YUVTo;
 
     // Six bytes per four pixels, rounded down (32-bit arithmetic, wraps like the base).
     uint32_t GetSourceLineSize(uint32_t width) const override { return width * 3u / 2u; }
@@ -133,48 +136,6 @@ public:
                                     uint32_t width) const override {
         return ConvertGroups<YUVDetail::Layout411, Output>(source, destination, GroupCount(width),
                                                            0);
-    }
-};
-
-// Y U V.
-template <class Output>
-class YUV8444To : public YUVTo {
-public:
-    YUV8444To(const int64& sourceTypeID, const int64& destinationTypeID, uint32_t sourcePixelSize,
-              uint32_t destinationPixelSize)
-        : YUVTo(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize) {}
-
-    ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
-                                    uint32_t width) const override {
-        return ConvertGroups<YUVDetail::Layout444, Output>(source, destination, width, 0);
-    }
-};
-
-// U Y V.
-template <class Output>
-class YUV8444GEVTo : public YUVTo {
-public:
-    YUV8444GEVTo(const int64& sourceTypeID, const int64& destinationTypeID,
-                 uint32_t sourcePixelSize, uint32_t destinationPixelSize)
-        : YUVTo(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize) {}
-
-    ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
-                                    uint32_t width) const override {
-        return ConvertGroups<YUVDetail::Layout444GEV, Output>(source, destination, width, 0);
-    }
-};
-
-// Y Cr Cb: the 4:4:4 matrix with the chroma bytes swapped.
-template <class Output>
-class YCrCbTo : public YUVTo {
-public:
-    YCrCbTo(const int64& sourceTypeID, const int64& destinationTypeID, uint32_t sourcePixelSize,
-            uint32_t destinationPixelSize)
-        : YUVTo(sourceTypeID, destinationTypeID, sourcePixelSize, destinationPixelSize) {}
-
-    ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
-                                    uint32_t width) const override {
-        return ConvertGroups<YUVDetail::LayoutYCrCb, Output>(source, destination, width, 0);
     }
 };
 

@@ -127,5 +127,16 @@ void ConvertGroupsRow(const unsigned char* source, const LineWriter<Output>& out
     }
 }
 
+// Runs a bulk row over the whole steps of a line, then the plain row over the groups left.
+// bulk(source, out, tables, groups) takes a multiple of groupsPerStep.
+template <class Layout, bool kFiltered, class Output, class BulkRow>
+void ConvertGroupsRowAny(BulkRow bulk, uint32_t groupsPerStep, const unsigned char* source,
+                         const LineWriter<Output>& out, const FilterTables8& tables,
+                         const uint8_t* saturate, uint32_t groups, uint32_t shift) {
+    const uint32_t whole = groups - groups % groupsPerStep;
+    if (whole != 0) bulk(source, out, tables, whole);
+    ConvertGroupsRow<Layout, kFiltered>(source, out, tables, saturate, whole, groups, shift);
+}
+
 }  // namespace YUVDetail
 }  // namespace ZnConvertersLib

@@ -16,15 +16,23 @@
 namespace ZnConvertersLib {
 namespace YUVDetail {
 
+// The layouts with vector rows: the SSE2 rows here and the SSSE3 rows of YUVRowsSSSE3.h
+// serve the same ones.
 template <class Layout>
-struct HasRowSSE2 : std::false_type {};
+struct HasVectorRows : std::false_type {};
 
 #if defined(ZN_HAS_SSE2_ROWS)
 
 template <>
-struct HasRowSSE2<Layout422> : std::true_type {};
+struct HasVectorRows<Layout422> : std::true_type {};
 template <>
-struct HasRowSSE2<Layout422GEV> : std::true_type {};
+struct HasVectorRows<Layout422GEV> : std::true_type {};
+template <>
+struct HasVectorRows<Layout444> : std::true_type {};
+template <>
+struct HasVectorRows<Layout444GEV> : std::true_type {};
+template <>
+struct HasVectorRows<LayoutYCrCb> : std::true_type {};
 
 // A 32-bit lane holding the 16-bit pair (low, high), as pmaddwd multiplies it.
 inline __m128i Pair16(int32_t low, int32_t high) {
@@ -64,13 +72,6 @@ inline Channels8x16 Matrix8_SSE2(__m128i y, __m128i u, __m128i v) {
     const __m128i bHi = scale(_mm_add_epi32(_mm_madd_epi16(yuHi, blue), bias));
     return {_mm_packs_epi32(rLo, rHi), _mm_packs_epi32(gLo, gHi), _mm_packs_epi32(bLo, bHi)};
 }
-
-template <>
-struct HasRowSSE2<Layout444> : std::true_type {};
-template <>
-struct HasRowSSE2<Layout444GEV> : std::true_type {};
-template <>
-struct HasRowSSE2<LayoutYCrCb> : std::true_type {};
 
 // Y, U and V of 16 pixels, each as two vectors of eight 16-bit lanes.
 struct Samples16 {
@@ -126,16 +127,14 @@ inline Samples16 Load444_SSE2(const unsigned char* p) {
     return s;
 }
 
-// 16 pixels per step; the groups left over go through the reference row.
+// Whole steps of 16 pixels; groups is a multiple of the step.
 template <class Layout, bool kFiltered, class Output>
-void ConvertGroupsRow_SSE2(const unsigned char* source, const LineWriter<Output>& out,
-                           const FilterTables8& tables, const uint8_t* saturate, uint32_t groups,
-                           uint32_t shift) {
-    static_assert(HasRowSSE2<Layout>::value, "no vector row for this layout");
+void ConvertGroupsBulk_SSE2(const unsigned char* source, const LineWriter<Output>& out,
+                            const FilterTables8& tables, uint32_t groups) {
+    static_assert(HasVectorRows<Layout>::value, "no vector row for this layout");
     constexpr uint32_t kGroupsPerStep = 16 / Layout::kPixels;
-    constexpr std::size_t kStepBytes = 16 / Layout::kPixels * Layout::kSamples;
-    const uint32_t vectorGroups = groups - groups % kGroupsPerStep;
-    for (uint32_t group = 0; group < vectorGroups; group += kGroupsPerStep) {
+    constexpr std::size_t kStepBytes = kGroupsPerStep * Layout::kSamples;
+    for (uint32_t group = 0; group < groups; group += kGroupsPerStep) {
         const unsigned char* p =
             source + static_cast<std::size_t>(group / kGroupsPerStep) * kStepBytes;
         Samples16 s;
@@ -151,7 +150,15 @@ void ConvertGroupsRow_SSE2(const unsigned char* source, const LineWriter<Output>
             _mm_packus_epi16(first.r, second.r), _mm_packus_epi16(first.g, second.g),
             _mm_packus_epi16(first.b, second.b), tables);
     }
-    ConvertGroupsRow<Layout, kFiltered>(source, out, tables, saturate, vectorGroups, groups, shift);
+}
+
+template <class Layout, bool kFiltered, class Output>
+void ConvertGroupsRow_SSE2(const unsigned char* source, const LineWriter<Output>& out,
+                           const FilterTables8& tables, const uint8_t* saturate, uint32_t groups,
+                           uint32_t shift) {
+    ConvertGroupsRowAny<Layout, kFiltered>(&ConvertGroupsBulk_SSE2<Layout, kFiltered, Output>,
+                                           16 / Layout::kPixels, source, out, tables, saturate,
+                                           groups, shift);
 }
 
 #endif  // ZN_HAS_SSE2_ROWS

@@ -10,8 +10,8 @@
 //
 // Shape of every row: a bulk row doing whole 16-pixel steps, and one wrapper that runs it
 // over the whole steps of a line and finishes the tail with the plain row. The caller
-// picks these rows once per line call, when the CPU has SSSE3. The store stage here is
-// shared with the Bayer SSSE3 rows.
+// picks these rows once per line call, when the CPU has SSSE3. The store stage is the one
+// shared with the Bayer SSSE3 rows (BayerYUVChannels.h).
 
 #include <array>
 #include <cstddef>
@@ -23,125 +23,10 @@
 #include "converters/YUVRows.h"
 #include "converters/YUVRowsSSE2.h"
 
-#if defined(ZN_HAS_SSE2_ROWS) && ZN_CONVERTERS_X86_SIMD
-#define ZN_HAS_SSSE3_ROWS 1
-#endif
-
 namespace ZnConvertersLib {
-
-// The store stage of the SSSE3 rows, shared with the Bayer rows: 24-bit packing by byte
-// shuffles; the other outputs store as in SSE2; filter look-ups stay scalar.
-namespace ChannelDetail {
-
-#if defined(ZN_HAS_SSSE3_ROWS)
-
-using ByteMask = std::array<int8_t, 16>;
-constexpr int8_t kZeroByte = -128;  // pshufb writes zero for a set top bit
-
-ZN_TARGET_SSSE3 inline __m128i LoadMask(const ByteMask& mask) {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(mask.data()));
-}
-
-// 24-bit store of 16 pixels from three channel vectors: each of the three output vectors
-// takes its bytes from the three channels by one shuffle each.
-template <class Output>
-constexpr ByteMask Store24Mask(uint32_t part, uint32_t channel) {
-    // Channel 0 is R, 1 is G, 2 is B; the output lays them out in its own order.
-    constexpr bool kBGR = std::is_same_v<Output, OutputBGR24>;
-    ByteMask mask{};
-    for (uint32_t i = 0; i < 16; ++i) {
-        const uint32_t n = 16 * part + i;
-        const uint32_t stored = kBGR ? 2 - n % 3 : n % 3;
-        mask[i] = stored == channel ? static_cast<int8_t>(n / 3) : kZeroByte;
-    }
-    return mask;
-}
-
-template <class Output>
-struct Store24_SSSE3 {
-    static constexpr std::array<ByteMask, 9> kMasks = {
-        Store24Mask<Output>(0, 0), Store24Mask<Output>(0, 1), Store24Mask<Output>(0, 2),
-        Store24Mask<Output>(1, 0), Store24Mask<Output>(1, 1), Store24Mask<Output>(1, 2),
-        Store24Mask<Output>(2, 0), Store24Mask<Output>(2, 1), Store24Mask<Output>(2, 2)};
-
-    ZN_TARGET_SSSE3 static void Store(unsigned char* p, __m128i r, __m128i g, __m128i b) {
-        for (uint32_t part = 0; part < 3; ++part) {
-            const __m128i x =
-                _mm_or_si128(_mm_or_si128(_mm_shuffle_epi8(r, LoadMask(kMasks[3 * part])),
-                                          _mm_shuffle_epi8(g, LoadMask(kMasks[3 * part + 1]))),
-                             _mm_shuffle_epi8(b, LoadMask(kMasks[3 * part + 2])));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(p + 16 * part), x);
-        }
-    }
-};
-
-// Sixteen bytes through a 256-entry table, a 32-bit word at a time through a general
-// register. A shuffle can hold only sixteen entries, and the 16-shuffle gather of a
-// whole table measured some 15% slower than this; bytes stored to memory and read back
-// one by one lose more to store forwarding.
-inline __m128i Lookup16(__m128i x, const uint8_t* table) {
-    uint32_t words[4];
-    for (uint32_t& word : words) {
-        const uint32_t v = static_cast<uint32_t>(_mm_cvtsi128_si32(x));
-        x = _mm_srli_si128(x, 4);
-        word = table[v & 0xFF] | (static_cast<uint32_t>(table[(v >> 8) & 0xFF]) << 8) |
-               (static_cast<uint32_t>(table[(v >> 16) & 0xFF]) << 16) |
-               (static_cast<uint32_t>(table[v >> 24]) << 24);
-    }
-    return _mm_set_epi32(static_cast<int>(words[3]), static_cast<int>(words[2]),
-                         static_cast<int>(words[1]), static_cast<int>(words[0]));
-}
-
-// Stores 16 pixels first ... first + 15, filtered first when kFiltered. The 24-bit outputs
-// have their own store; the others store as the SSE2 rows do.
-template <class Output, bool kFiltered>
-ZN_TARGET_SSSE3 inline void StoreChannels16_SSSE3(const LineWriter<Output>& out,
-                                                  std::ptrdiff_t first, __m128i r, __m128i g,
-                                                  __m128i b, const FilterTables8& tables) {
-    constexpr bool k24 = std::is_same_v<Output, OutputRGB24> || std::is_same_v<Output, OutputBGR24>;
-    if constexpr (kFiltered) {
-        StoreChannels16_SSSE3<Output, false>(out, first, Lookup16(r, tables.red),
-                                             Lookup16(g, tables.green), Lookup16(b, tables.blue),
-                                             tables);
-    } else if constexpr (k24) {
-        Store24_SSSE3<Output>::Store(out.Line() + 3 * first, r, g, b);
-    } else {
-        StoreChannels16_SSE2<Output, false>(out, first, r, g, b, tables);
-    }
-}
-
-#endif  // ZN_HAS_SSSE3_ROWS
-
-}  // namespace ChannelDetail
-
 namespace YUVDetail {
 
-// Runs a bulk row over the whole steps of a line, then the plain row over the groups left.
-// bulk(source, out, tables, groups) takes a multiple of groupsPerStep.
-template <class Layout, bool kFiltered, class Output, class BulkRow>
-void ConvertGroupsRowAny(BulkRow bulk, uint32_t groupsPerStep, const unsigned char* source,
-                         const LineWriter<Output>& out, const FilterTables8& tables,
-                         const uint8_t* saturate, uint32_t groups, uint32_t shift) {
-    const uint32_t whole = groups - groups % groupsPerStep;
-    if (whole != 0) bulk(source, out, tables, whole);
-    ConvertGroupsRow<Layout, kFiltered>(source, out, tables, saturate, whole, groups, shift);
-}
-
-template <class Layout>
-struct HasRowSSSE3 : std::false_type {};
-
 #if defined(ZN_HAS_SSSE3_ROWS)
-
-template <>
-struct HasRowSSSE3<Layout422> : std::true_type {};
-template <>
-struct HasRowSSSE3<Layout422GEV> : std::true_type {};
-template <>
-struct HasRowSSSE3<Layout444> : std::true_type {};
-template <>
-struct HasRowSSSE3<Layout444GEV> : std::true_type {};
-template <>
-struct HasRowSSSE3<LayoutYCrCb> : std::true_type {};
 
 using ChannelDetail::ByteMask;
 using ChannelDetail::kZeroByte;
@@ -206,7 +91,7 @@ template <class Layout, bool kFiltered, class Output>
 ZN_TARGET_SSSE3 void ConvertGroupsBulk_SSSE3(const unsigned char* source,
                                              const LineWriter<Output>& out,
                                              const FilterTables8& tables, uint32_t groups) {
-    static_assert(HasRowSSSE3<Layout>::value, "no SSSE3 row for this layout");
+    static_assert(HasVectorRows<Layout>::value, "no vector row for this layout");
     constexpr uint32_t kGroupsPerStep = 16 / Layout::kPixels;
     constexpr std::size_t kStepBytes = kGroupsPerStep * Layout::kSamples;
     // 4:2:2 keeps 8 pixels in a register, shuffled out four at a time from pixel 0 or 4;
