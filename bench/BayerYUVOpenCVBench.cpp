@@ -9,8 +9,8 @@
 #include <random>
 #include <vector>
 
-#include "converters/BayerConverters.h"
-#include "converters/YUVConverters.h"
+#include "converters/bayer/BayerConverters.h"
+#include "converters/yuv/YUVConverters.h"
 
 using namespace ZnConvertersLib;
 

@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "ZnConvertersLib/PixelConverter.h"
-#include "converters/BitPackedRGBConverters.h"
-#include "converters/GrayscaleConverters.h"
-#include "converters/OutputPolicies.h"
-#include "converters/PackedRGBConverters.h"
+#include "converters/bitpacked/BitPackedRGBConverters.h"
+#include "converters/common/OutputPolicies.h"
+#include "converters/gray/GrayscaleConverters.h"
+#include "converters/rgb/PackedRGBConverters.h"
 
 using namespace ZnConvertersLib;
 

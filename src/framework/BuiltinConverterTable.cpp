@@ -8,13 +8,13 @@
 
 #include "ZnConvertersLib/ComplexConverter.h"
 #include "ZnConvertersLib/PixelTypeFactory.h"
-#include "converters/BayerConverters.h"
-#include "converters/BitPackedRGBConverters.h"
-#include "converters/GrayscaleConverters.h"
-#include "converters/OutputPolicies.h"
-#include "converters/PackedRGBConverters.h"
-#include "converters/TapReorderingConverters.h"
-#include "converters/YUVConverters.h"
+#include "converters/bayer/BayerConverters.h"
+#include "converters/bitpacked/BitPackedRGBConverters.h"
+#include "converters/common/OutputPolicies.h"
+#include "converters/gray/GrayscaleConverters.h"
+#include "converters/rgb/PackedRGBConverters.h"
+#include "converters/taps/TapReorderingConverters.h"
+#include "converters/yuv/YUVConverters.h"
 
 namespace ZnConvertersLib {
 namespace {

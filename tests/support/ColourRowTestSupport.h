@@ -8,7 +8,7 @@
 #include <random>
 
 #include "ZnConvertersLib/ConversionContext.h"
-#include "converters/PackedRGBConvertersDetail.h"
+#include "converters/rgb/PackedRGBConvertersDetail.h"
 #include "support/ConverterTestSupport.h"
 
 namespace ZnTestSupport {

@@ -19,7 +19,7 @@
 
 #include "ZnConvertersLib/PixelConverter.h"
 #include "ZnConvertersLib/RGBFilter.h"
-#include "converters/OutputPolicies.h"
+#include "converters/common/OutputPolicies.h"
 
 namespace ZnTestSupport {
 

@@ -1,0 +1,147 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "converters/rgb/PackedRGBConverters.h"
+#include "support/ColourRowTestSupport.h"
+#include "support/ConverterTestSupport.h"
+
+using namespace ZnConvertersLib;
+using namespace ZnTestSupport;
+
+namespace {
+
+// Hand-written source lines (padding included), with and without the routing filter, into
+// a destination with padding of its own.
+template <class Output>
+void ExpectConverts(const PixelConverter& converter, const std::vector<Bytes>& sourceLines,
+                    uint32_t width, uint32_t sourcePadding, const Rows& expected) {
+    ExpectColourConversion<Output>(converter,
+                                   JoinLines(converter, width, sourcePadding, sourceLines), width,
+                                   sourcePadding, 3, expected);
+}
+
+template <class Output>
+class PackedRGB : public ::testing::Test {};
+TYPED_TEST_SUITE(PackedRGB, ColourOutputs, OutputNames);
+
+constexpr int64 kSource = 0x70301;
+constexpr int64 kDestination = 0x70302;
+
+TYPED_TEST(PackedRGB, RGB16ExpandsFieldsWithZeroLowBits) {
+    using Output = TypeParam;
+    const RGB16To<Output> converter(kSource, kDestination, 2, Output::kPixelSize);
+    ExpectConverts<Output>(
+        converter, {Words({0xFFFF, 0x07E0, 0xF800}, 1), Words({0x001F, 0x8410, 0x1234}, 1)}, 3, 1,
+        {{{0xF8, 0xFC, 0xF8}, {0x00, 0xFC, 0x00}, {0xF8, 0x00, 0x00}},
+         {{0x00, 0x00, 0xF8}, {0x80, 0x80, 0x80}, {0x10, 0x44, 0xA0}}});
+}
+
+TYPED_TEST(PackedRGB, RGB24ReadsRedGreenBlue) {
+    using Output = TypeParam;
+    const RGB24PackedTo<Output> converter(kSource, kDestination, 3, Output::kPixelSize);
+    ExpectConverts<Output>(converter,
+                           {{1, 2, 3, 10, 20, 30, 0xFF, 0x80, 0x00, 0xEE},
+                            {0x12, 0x34, 0x56, 0xFE, 0x01, 0x7F, 0x00, 0x00, 0xC8, 0xEE}},
+                           3, 1,
+                           {{{1, 2, 3}, {10, 20, 30}, {0xFF, 0x80, 0x00}},
+                            {{0x12, 0x34, 0x56}, {0xFE, 0x01, 0x7F}, {0x00, 0x00, 0xC8}}});
+}
+
+TYPED_TEST(PackedRGB, BGR24ReadsBlueGreenRed) {
+    using Output = TypeParam;
+    const BGR24PackedTo<Output> converter(kSource, kDestination, 3, Output::kPixelSize);
+    ExpectConverts<Output>(converter,
+                           {{1, 2, 3, 10, 20, 30, 0xFF, 0x80, 0x00},
+                            {0x12, 0x34, 0x56, 0xFE, 0x01, 0x7F, 0x00, 0x00, 0xC8}},
+                           3, 0,
+                           {{{3, 2, 1}, {30, 20, 10}, {0x00, 0x80, 0xFF}},
+                            {{0x56, 0x34, 0x12}, {0x7F, 0x01, 0xFE}, {0xC8, 0x00, 0x00}}});
+}
+
+TYPED_TEST(PackedRGB, RGB32IgnoresTheFourthByte) {
+    using Output = TypeParam;
+    const RGB32To<Output> converter(kSource, kDestination, 4, Output::kPixelSize);
+    ExpectConverts<Output>(
+        converter,
+        {{1, 2, 3, 0x00, 10, 20, 30, 0x77, 0xFF, 0x80, 0x00, 0xFF, 0xEE, 0xEE},
+         {0x12, 0x34, 0x56, 0x00, 0xFE, 0x01, 0x7F, 0x00, 0x00, 0x00, 0xC8, 0x00, 0xEE, 0xEE}},
+        3, 2,
+        {{{1, 2, 3}, {10, 20, 30}, {0xFF, 0x80, 0x00}},
+         {{0x12, 0x34, 0x56}, {0xFE, 0x01, 0x7F}, {0x00, 0x00, 0xC8}}});
+}
+
+TYPED_TEST(PackedRGB, BGR32ReadsBlueGreenRedAndIgnoresTheFourthByte) {
+    using Output = TypeParam;
+    const BGR32To<Output> converter(kSource, kDestination, 4, Output::kPixelSize);
+    ExpectConverts<Output>(
+        converter,
+        {{1, 2, 3, 0x00, 10, 20, 30, 0x77, 0xFF, 0x80, 0x00, 0xFF},
+         {0x12, 0x34, 0x56, 0x00, 0xFE, 0x01, 0x7F, 0x00, 0x00, 0x00, 0xC8, 0x00}},
+        3, 0,
+        {{{3, 2, 1}, {30, 20, 10}, {0x00, 0x80, 0xFF}},
+         {{0x56, 0x34, 0x12}, {0x7F, 0x01, 0xFE}, {0xC8, 0x00, 0x00}}});
+}
+
+TYPED_TEST(PackedRGB, RGB48ShiftsEachWordAndKeepsItsLowByte) {
+    using Output = TypeParam;
+    const RGB48To<Output> converter(kSource, kDestination, 6, Output::kPixelSize, 4);
+    EXPECT_EQ(converter.GetSourceShift(), 4u);
+    // 0xF123 >> 4 = 0xF12: bits above the sample are cut off.
+    ExpectConverts<Output>(
+        converter,
+        {Words({0x0FFF, 0x0800, 0x0010, 0x0ABC, 0x0123, 0x0F0F, 0xF123, 0x0000, 0x0FF0}, 2),
+         Words({0x0000, 0x0000, 0x0000, 0x0555, 0x0AAA, 0x0FFF, 0x0008, 0x0018, 0x0028}, 2)},
+        3, 2,
+        {{{0xFF, 0x80, 0x01}, {0xAB, 0x12, 0xF0}, {0x12, 0x00, 0xFF}},
+         {{0x00, 0x00, 0x00}, {0x55, 0xAA, 0xFF}, {0x00, 0x01, 0x02}}});
+}
+
+TYPED_TEST(PackedRGB, BGR48ReadsBlueFirst) {
+    using Output = TypeParam;
+    const BGR48To<Output> converter(kSource, kDestination, 6, Output::kPixelSize, 2);
+    ExpectConverts<Output>(
+        converter,
+        {Words({0x03FF, 0x0200, 0x0004, 0x0000, 0x03FC, 0x0100, 0x0010, 0x0020, 0x0030}, 0)}, 3, 0,
+        {{{0x01, 0x80, 0xFF}, {0x40, 0xFF, 0x00}, {0x0C, 0x08, 0x04}}});
+}
+
+TYPED_TEST(PackedRGB, RGB64TakesTheTopByteOfNormalizedWordsAndIgnoresTheFourth) {
+    using Output = TypeParam;
+    const RGB64To<Output> converter(kSource, kDestination, 8, Output::kPixelSize, 8);
+    ExpectConverts<Output>(converter,
+                           {Words({0xAB00, 0xCD12, 0xEF34, 0x9999, 0x00FF, 0xFF00, 0x8080, 0x0000,
+                                   0x1234, 0x5678, 0x9ABC, 0xFFFF},
+                                  1)},
+                           3, 1, {{{0xAB, 0xCD, 0xEF}, {0x00, 0xFF, 0x80}, {0x12, 0x56, 0x9A}}});
+}
+
+TYPED_TEST(PackedRGB, ShiftUsesOnlyItsLowFiveBits) {
+    using Output = TypeParam;
+    // 36 & 31 = 4.
+    const RGB48To<Output> converter(kSource, kDestination, 6, Output::kPixelSize, 36);
+    ExpectConverts<Output>(converter, {Words({0x0FFF, 0x0800, 0x0010}, 0)}, 1, 0,
+                           {{{0xFF, 0x80, 0x01}}});
+}
+
+TYPED_TEST(PackedRGB, ZeroWidthWritesNothing) {
+    using Output = TypeParam;
+    const RGB24PackedTo<Output> converter(kSource, kDestination, 3, Output::kPixelSize);
+    ExpectConverts<Output>(converter, {Bytes(4, 1), Bytes(4, 2)}, 0, 4, {{}, {}});
+}
+
+template <class Output>
+class SimdRows : public ::testing::Test {};
+TYPED_TEST_SUITE(SimdRows, SimdColourOutputs, OutputNames);
+
+TYPED_TEST(SimdRows, MatchThePlainRows) {
+    using Output = TypeParam;
+    using namespace PackedRGBDetail;
+    ExpectSimdRowMatchesPlainRow<RGB24Reader, Output>(3, 1, 0, 7);
+    ExpectSimdRowMatchesPlainRow<BGR24Reader, Output>(3, 1, 0, 7);
+    ExpectSimdRowMatchesPlainRow<RGB32Reader, Output>(4, 1, 0, 7);
+    ExpectSimdRowMatchesPlainRow<BGR32Reader, Output>(4, 1, 0, 7);
+}
+
+}  // namespace
