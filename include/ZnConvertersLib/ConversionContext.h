@@ -26,7 +26,8 @@ struct ConversionContext {
 // Returns the calling thread's context, creating it (reference count 1, every other
 // field zero) when the thread has none, otherwise incrementing its reference count.
 ConversionContext* AcquireConversionContext();
-// Decrements the count; at zero the context is removed from the thread map and freed.
+// Decrements the count; at zero the context is cleared. Each thread keeps its context
+// for its whole life, so no conversion after a thread's first takes a lock.
 void ReleaseConversionContext(ConversionContext* context);
 
 // Number of threads that currently hold a context (for diagnostics and tests).

@@ -1,58 +1,112 @@
 #include "ZnConvertersLib/ConversionContext.h"
 
-#include <map>
+#include <algorithm>
+#include <array>
+#include <cstring>
 #include <mutex>
+#include <vector>
 
-#include "ZnUtilsLib/LockScope.h"
-#include "ZnUtilsLib/Thread.h"
+#include "ZnConvertersLib/PixelConverter.h"
+#include "ZnConvertersLib/RGBFilter.h"
+#include "framework/ThreadConversionState.h"
 
 namespace ZnConvertersLib {
 
+namespace ThreadStateDetail {
+
+thread_local ThreadConversionState tState __attribute__((tls_model("initial-exec"))){};
+
 namespace {
 
-// Each thread's context lives in thread-local storage; the map records which threads
-// are converting. Only the first acquisition and the last release of a conversion touch
-// the map (and its lock), so kernels that acquire once per line never queue on a lock.
-thread_local ConversionContext tContext{};
-
-struct ContextMap {
-    ZnUtilsLib::Mutex mutex{0};
-    std::map<uint32_t, ConversionContext*> contexts;
+// Every thread's block, so diagnostics can count the threads inside a conversion.
+struct ThreadList {
+    std::mutex mutex;
+    std::vector<const ThreadConversionState*> states;
 };
 
-ContextMap& Contexts() {
-    static ContextMap sMap;  // created once, on first use
-    return sMap;
+ThreadList& Threads() {
+    static ThreadList* sList = new ThreadList;  // outlives every thread's exit
+    return *sList;
+}
+
+// Takes the thread's block off the list when the thread ends.
+struct ThreadListing {
+    ~ThreadListing() {
+        ThreadList& list = Threads();
+        std::lock_guard<std::mutex> lock(list.mutex);
+        list.states.erase(std::find(list.states.begin(), list.states.end(), &tState));
+    }
+};
+
+constexpr std::array<uint8_t, 256> MakeIdentityTable8() {
+    std::array<uint8_t, 256> table{};
+    for (std::size_t i = 0; i < table.size(); ++i) table[i] = static_cast<uint8_t>(i);
+    return table;
+}
+
+constexpr std::array<uint8_t, 256> kIdentityTable8 = MakeIdentityTable8();
+
+FilterTables8 CompareTables(const RGBFilter& filter) {
+    FilterTables8 tables{filter.GetRedTable8(), filter.GetGreenTable8(), filter.GetBlueTable8(),
+                         true};
+    if (IsDefaultFilter(filter)) return tables;
+    const uint8_t* identity = kIdentityTable8.data();
+    tables.identity = std::memcmp(tables.red, identity, 256) == 0 &&
+                      std::memcmp(tables.green, identity, 256) == 0 &&
+                      std::memcmp(tables.blue, identity, 256) == 0;
+    return tables;
 }
 
 }  // namespace
 
+void ListThisThread() {
+    thread_local ThreadListing tListing;
+    ThreadList& list = Threads();
+    std::lock_guard<std::mutex> lock(list.mutex);
+    list.states.push_back(&tState);
+    tState.listed = true;
+}
+
+const FilterTables8& CompareActiveTables(const ConversionContext& context) {
+    tState.scratchTables = CompareTables(context.filter ? *context.filter : GetDefaultFilter(8));
+    return tState.scratchTables;
+}
+
+}  // namespace ThreadStateDetail
+
 ConversionContext* AcquireConversionContext() {
-    ConversionContext* context = &tContext;
-    if (context->referenceCount != 0) {
-        ++context->referenceCount;
-        return context;
-    }
-    *context = ConversionContext{};
-    context->referenceCount = 1;
-    ContextMap& map = Contexts();
-    ZnUtilsLib::LockScope lock(map.mutex);
-    map.contexts[ZnUtilsLib::Thread::GetCurrentThreadID()] = context;
-    return context;
+    return AcquireKernelContext();
 }
 
 void ReleaseConversionContext(ConversionContext* context) {
-    if (--context->referenceCount != 0) return;
-    *context = ConversionContext{};
-    ContextMap& map = Contexts();
-    ZnUtilsLib::LockScope lock(map.mutex);
-    map.contexts.erase(ZnUtilsLib::Thread::GetCurrentThreadID());
+    ReleaseKernelContext(context);
 }
 
 uint32_t CountActiveConversionContexts() {
-    ContextMap& map = Contexts();
-    ZnUtilsLib::LockScope lock(map.mutex);
-    return static_cast<uint32_t>(map.contexts.size());
+    ThreadStateDetail::ThreadList& list = ThreadStateDetail::Threads();
+    std::lock_guard<std::mutex> lock(list.mutex);
+    uint32_t active = 0;
+    for (const ThreadStateDetail::ThreadConversionState* state : list.states) {
+        if (__atomic_load_n(&state->context.referenceCount, __ATOMIC_RELAXED) != 0) ++active;
+    }
+    return active;
+}
+
+FilterUseScope::FilterUseScope(const ConversionContext& context)
+    : mFilter(ThreadStateDetail::tState.settledFilter),
+      mSettled(ThreadStateDetail::tState.settled),
+      mTables(ThreadStateDetail::tState.settledTables) {
+    ThreadStateDetail::ThreadConversionState& state = ThreadStateDetail::tState;
+    state.settledTables = ThreadStateDetail::CompareActiveTables(context);
+    state.settledFilter = context.filter;
+    state.settled = true;
+}
+
+FilterUseScope::~FilterUseScope() {
+    ThreadStateDetail::ThreadConversionState& state = ThreadStateDetail::tState;
+    state.settledFilter = mFilter;
+    state.settled = mSettled;
+    state.settledTables = mTables;
 }
 
 }  // namespace ZnConvertersLib

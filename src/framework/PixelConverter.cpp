@@ -4,6 +4,7 @@
 #include "ZnConvertersLib/PixelType.h"
 #include "ZnConvertersLib/PixelTypeFactory.h"
 #include "ZnConvertersLib/RGBFilter.h"
+#include "framework/ThreadConversionState.h"
 
 namespace ZnConvertersLib {
 
@@ -85,7 +86,7 @@ Result PixelConverter::ConvertFiltered(const RGBFilter* filter, const unsigned c
                                        uint32_t flags, uint32_t destinationPadding,
                                        unsigned char** scratchBuffer, uint32_t* scratchBufferSize,
                                        uint32_t sourcePadding) const {
-    ConversionContextScope context;
+    KernelContextScope context;
     context->filter = filter;
     return Convert(source, sourceWidth, sourceHeight, destination, destinationWidth,
                    destinationHeight, width, height, flags, destinationPadding, scratchBuffer,
@@ -98,12 +99,13 @@ Result PixelConverter::Convert(const unsigned char* source, uint32_t sourceWidth
                                uint32_t width, uint32_t height, uint32_t flags,
                                uint32_t destinationPadding, unsigned char** /*scratchBuffer*/,
                                uint32_t* /*scratchBufferSize*/, uint32_t sourcePadding) const {
-    ConversionContextScope context;
+    KernelContextScope context;
     if (context->filter == nullptr) {
         // Sources the registry does not know get the 16-bit identity filter.
         const PixelType* sourceType = FindRegisteredType(mSourceType, GetSourceTypeID());
         context->filter = &GetDefaultFilter(sourceType ? sourceType->GetPixelBitSize() : 16);
     }
+    const FilterUseScope filterUse(*context);
     if ((flags & kBayerPatternFlags) == 0) flags |= kDefaultBayerPattern;
 
     const uint32_t sourceStride = GetSourceLineSize(sourceWidth) + sourcePadding;

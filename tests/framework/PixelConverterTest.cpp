@@ -9,6 +9,7 @@
 #include "ZnConvertersLib/PixelTypeFactory.h"
 #include "ZnConvertersLib/PixelTypes.h"
 #include "ZnConvertersLib/RGBFilter.h"
+#include "framework/ThreadConversionState.h"
 
 using namespace ZnConvertersLib;
 using ZnUtilsLib::Result;
@@ -197,6 +198,35 @@ TEST(PixelConverterFilter, GivenFilterReachesKernelsAndIsClearedAfterwards) {
     EXPECT_EQ(converter.calls[1].filter, &filter);  // remainder line too
     EXPECT_EQ(outer->filter, nullptr);
     EXPECT_EQ(outer->referenceCount, 1u);
+}
+
+// Whether a filter is the identity is settled once per conversion: a change between two
+// conversions must reach the second, and a nested conversion's filter must not leak into
+// the rest of the outer one.
+TEST(PixelConverterFilter, ChangesBetweenConversionsAndNestedFiltersTakeEffect) {
+    const int64 rgb24 = 0x20002, bgr24 = 0x420006;
+    const PixelConverter& converter = PixelTypeFactory::GetConverter(rgb24, bgr24);
+    const unsigned char source[3] = {100, 100, 100};
+    unsigned char destination[3];
+    const auto convert = [&](const RGBFilter* filter) {
+        converter.ConvertFiltered(filter, source, 1, 1, destination, 1, 1, 1, 1, 0, 0, nullptr,
+                                  nullptr, 0);
+        return std::vector<unsigned char>(destination, destination + 3);
+    };
+    RGBFilter filter(8);
+    EXPECT_EQ(convert(&filter), (std::vector<unsigned char>{100, 100, 100}));
+    filter.SetMultipliers(0.5, 1.0, 2.0);
+    EXPECT_EQ(convert(&filter), (std::vector<unsigned char>{200, 100, 50}));
+
+    RGBFilter identity(8);
+    ConversionContextScope outer;
+    outer->filter = &filter;
+    const FilterUseScope settled(*outer);
+    EXPECT_EQ(convert(&identity), (std::vector<unsigned char>{100, 100, 100}));
+    outer->filter = &filter;  // the nested call cleared it, as every conversion does
+    EXPECT_TRUE(ActiveFilterTables(*outer).red == filter.GetRedTable8());
+    EXPECT_FALSE(ActiveFilterTables(*outer).identity);
+    outer->filter = nullptr;
 }
 
 TEST(PixelConverterBase, UnprovidedOperationsReportNotSupported) {

@@ -47,7 +47,7 @@ using BayerDetail::BayerWindow;
 template <class Output>
 class BayerKernel final {
 public:
-    explicit BayerKernel(const ConversionContext& context) : mTables(context) {}
+    explicit BayerKernel(const ConversionContext& context) : mTables(ActiveFilterTables(context)) {}
     virtual ~BayerKernel() = default;
 
     // Rule 0: centre is a red sample.
@@ -115,7 +115,7 @@ public:
     // fewer than 2 lines.
     ZnUtilsLib::Result ConvertRemainderLine(const unsigned char* source, unsigned char* destination,
                                             uint32_t width) const override {
-        ConversionContextScope context;
+        KernelContextScope context;
         if (context->sourceHeight < 2) return ZnUtilsLib::Result(ResultCode::kNotSupported);
         const uint32_t line = context->currentLine;
         context->currentLine = line - 1;
@@ -127,7 +127,7 @@ public:
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
-        ConversionContextScope context;
+        KernelContextScope context;
         if ((context->flags & BayerDetail::kNeighbourhoodFlag) != 0) {
             return ConvertNeighbourhoodPair(source, destination, width);
         }
@@ -138,7 +138,7 @@ public:
     // destination line given and the one after it.
     virtual ZnUtilsLib::Result ConvertBlockPair(const unsigned char* source,
                                                 unsigned char* destination, uint32_t width) const {
-        ConversionContextScope context;
+        KernelContextScope context;
         const Pair pair(*context, source, destination);
         if (mSourceShift == 0) {
             BlockPair<false>(pair, width);
@@ -154,7 +154,7 @@ public:
     virtual ZnUtilsLib::Result ConvertNeighbourhoodPair(const unsigned char* source,
                                                         unsigned char* destination,
                                                         uint32_t width) const {
-        ConversionContextScope context;
+        KernelContextScope context;
         const uint32_t y = context->currentLine;
         const uint32_t height = context->sourceHeight;
         if (y == 0 || y == height - 2 || y == height - 1 || width < 3) {
@@ -181,7 +181,7 @@ private:
               stride(context.sourceStride),
               layout(BayerDetail::kBlockLayout[BayerDetail::PatternFromFlags(context.flags)]
                                               [context.currentLine & 1u][0]),
-              identity(kernel.Tables().IsIdentity()) {}
+              identity(kernel.Tables().identity) {}
         BayerKernel<Output> kernel;
         LineWriter<Output> out0;
         LineWriter<Output> out1;

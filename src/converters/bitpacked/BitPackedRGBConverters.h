@@ -35,10 +35,10 @@ public:
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
-        ConversionContextScope context;
+        KernelContextScope context;
         // A width of 0 would make the group count wrap; nothing is written.
         if (width != 0) {
-            const FilterTables8 tables(*context);
+            const FilterTables8& tables = ActiveFilterTables(*context);
             const LineWriter<Output> out(destination, *context);
             PackedRGBDetail::WriteColourPairs(BitPackedRGBDetail::RGB12V1PairReader(source), out,
                                               tables, (width - 1) / 2 + 1);

@@ -13,43 +13,12 @@
 #include "ZnConvertersLib/PixelConverter.h"
 #include "ZnConvertersLib/RGBFilter.h"
 #include "ZnConvertersLib/Types.h"
+#include "framework/ThreadConversionState.h"
 
 namespace ZnConvertersLib {
 
-// The table of an 8-bit identity filter, which FilterTables8::IsIdentity compares against.
-constexpr std::array<uint8_t, 256> MakeIdentityTable8() {
-    std::array<uint8_t, 256> table{};
-    for (std::size_t i = 0; i < table.size(); ++i) table[i] = static_cast<uint8_t>(i);
-    return table;
-}
-
-inline constexpr std::array<uint8_t, 256> kIdentityTable8 = MakeIdentityTable8();
-
-// The three 8-bit tables of the active filter. A kernel called outside a conversion
-// (no filter in the context) gets the 8-bit identity tables.
-struct FilterTables8 {
-    explicit FilterTables8(const ConversionContext& context) {
-        const RGBFilter& filter = context.filter ? *context.filter : GetDefaultFilter(8);
-        red = filter.GetRedTable8();
-        green = filter.GetGreenTable8();
-        blue = filter.GetBlueTable8();
-    }
-
-    // True when all three tables map every value to itself: the look-ups can then be
-    // skipped, as they cannot change a byte, and a line may take the vector rows. The
-    // tables themselves are compared, because a filter's identity flag is not kept exact
-    // by every setter; a few hundred bytes per line call cost far less than three
-    // look-ups a pixel.
-    bool IsIdentity() const {
-        const uint8_t* identity = kIdentityTable8.data();
-        return std::memcmp(red, identity, 256) == 0 && std::memcmp(green, identity, 256) == 0 &&
-               std::memcmp(blue, identity, 256) == 0;
-    }
-
-    const uint8_t* red;
-    const uint8_t* green;
-    const uint8_t* blue;
-};
+// The active filter's tables, settled once per conversion (framework/ThreadConversionState.h).
+using FilterTables8 = ZnConvertersLib::FilterTables8;
 
 // Binds an output policy to one destination line.
 template <class Output>

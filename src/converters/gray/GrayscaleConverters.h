@@ -93,7 +93,7 @@ public:
         using namespace GrayscaleDetail;
         using Pixels = typename std::conditional<std::is_same<Sample, unsigned char>::value,
                                                  Gray8Pixels, Gray16Pixels>::type;
-        ConversionContextScope context;
+        KernelContextScope context;
         const LineWriter<Output> out(destination, *context);
         const Pixels pixels{source, GetSourceShift() & kShiftMask};
         if (InPixelOrder()) {
@@ -114,7 +114,7 @@ public:
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
-        ConversionContextScope context;
+        KernelContextScope context;
         const LineWriter<Output> out(destination, *context);
         GrayscaleDetail::WriteSequential(GrayscaleDetail::SignedGray8Pixels{source}, out, width);
         return ZnUtilsLib::Result(ResultCode::kSuccess);
@@ -136,7 +136,7 @@ public:
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
-        ConversionContextScope context;
+        KernelContextScope context;
         const LineWriter<Output> out(destination, *context);
         if (width != 0) {
             GrayscaleDetail::WritePairs(GrayscaleDetail::GevPairs{source}, out,
@@ -159,7 +159,7 @@ public:
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
         using namespace GrayscaleDetail;
-        ConversionContextScope context;
+        KernelContextScope context;
         const LineWriter<Output> out(destination, *context);
         const Packed12Pairs pairs{source, GetSourceShift() & kShiftMask};
         const uint32_t evenWidth = width & ~1u;

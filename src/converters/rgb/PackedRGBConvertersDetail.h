@@ -43,7 +43,7 @@ template <class Output, class Reader>
 void WriteColourPixels(const Reader& read, const LineWriter<Output>& out,
                        const FilterTables8& tables, uint32_t width) {
     static_assert(Output::kIsColour, "colour sources need a colour output");
-    if (tables.IsIdentity()) {
+    if (tables.identity) {
         const uint32_t done = Simd::StoreColourRowFast<Reader, Output>(read, out.Line(), width);
         StoreColourRow_C(read, out, done, width);
     } else {
@@ -81,7 +81,7 @@ template <class Output, class Reader>
 void WriteColourPairs(const Reader& read, const LineWriter<Output>& out,
                       const FilterTables8& tables, uint32_t pairCount) {
     static_assert(Output::kIsColour, "colour sources need a colour output");
-    if (tables.IsIdentity()) {
+    if (tables.identity) {
         StoreColourPairs<false>(read, out, tables, pairCount);
     } else {
         StoreColourPairs<true>(read, out, tables, pairCount);
@@ -106,8 +106,8 @@ public:
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
-        ConversionContextScope context;
-        const FilterTables8 tables(*context);
+        KernelContextScope context;
+        const FilterTables8& tables = ActiveFilterTables(*context);
         const LineWriter<Output> out(destination, *context);
         WriteColourPixels(Reader(source, *context, mSourceShift & kShiftMask), out, tables, width);
         return ZnUtilsLib::Result(ResultCode::kSuccess);

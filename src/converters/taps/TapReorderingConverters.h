@@ -20,6 +20,7 @@
 #include "ZnConvertersLib/ConversionContext.h"
 #include "ZnConvertersLib/PixelConverter.h"
 #include "ZnConvertersLib/Types.h"
+#include "framework/ThreadConversionState.h"
 
 namespace ZnConvertersLib {
 namespace TapReorderingDetail {
@@ -56,7 +57,7 @@ public:
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
-        ConversionContextScope context;
+        KernelContextScope context;
         ReorderQuadTaps<PixelBytes>(source, destination, context->destinationStride,
                                     width - width % GetPixelGranularity());
         return ZnUtilsLib::Result(ResultCode::kSuccess);
@@ -99,7 +100,7 @@ public:
     // even, rather than dividing by zero or comparing unrelated pointers.
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
-        ConversionContextScope context;
+        KernelContextScope context;
         const unsigned char* start = context->destinationStart;
         const std::ptrdiff_t stride = context->destinationStride;
         const std::ptrdiff_t lineIndex =

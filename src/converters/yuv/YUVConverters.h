@@ -44,11 +44,11 @@ protected:
     template <class Layout, class Output>
     ZnUtilsLib::Result ConvertGroups(const unsigned char* source, unsigned char* destination,
                                      uint32_t groups, uint32_t shift) const {
-        ConversionContextScope context;
-        const FilterTables8 tables(*context);
+        KernelContextScope context;
+        const FilterTables8& tables = ActiveFilterTables(*context);
         const LineWriter<Output> out(destination, *context);
         const uint8_t* saturate = GetSaturationTable() + YUVDetail::kSaturationOffset;
-        if (tables.IsIdentity()) {
+        if (tables.identity) {
             Row<Layout, false>(source, out, tables, saturate, groups, shift);
         } else {
             Row<Layout, true>(source, out, tables, saturate, groups, shift);

@@ -129,7 +129,7 @@ TYPED_TEST(ColourOutputs, FilteredStoresLookEachChannelUpInItsOwnTable) {
     filter.SetMultipliers(0.0, 1.0, 1.0, 0, 0, 5);
     ConversionContextScope context;
     context->filter = &filter;
-    const FilterTables8 tables(*context);
+    const FilterTables8& tables = ActiveFilterTables(*context);
     Bytes filtered(5 * Output::kPixelSize, kSentinel);
     LineWriter<Output>(filtered.data(), *context).StoreFiltered(2, tables, 10, 20, 30);
     context->filter = nullptr;
@@ -173,7 +173,7 @@ TEST(LineWriter, PlaneSizeIsDestinationStrideTimesDestinationHeight) {
 TEST(FilterTables8, IdentityWhenTheContextHasNoFilter) {
     ConversionContextScope context;
     ASSERT_EQ(context->filter, nullptr);
-    const FilterTables8 tables(*context);
+    const FilterTables8& tables = ActiveFilterTables(*context);
     for (int i = 0; i < 256; ++i) {
         ASSERT_EQ(tables.red[i], i);
         ASSERT_EQ(tables.green[i], i);

@@ -214,7 +214,7 @@ void CompareVectorRows(const RGBFilter& filter) {
         context.filter = &filter;
         context.destinationStride = width * Output::kPixelSize;
         context.destinationHeight = 1;
-        const FilterTables8 tables(context);
+        const FilterTables8& tables = ActiveFilterTables(context);
         const size_t size =
             static_cast<size_t>(context.destinationStride) * (Output::kIsPlanar ? 3 : 1);
         Bytes reference(size, kSentinel), vector(size, kSentinel);

@@ -74,7 +74,7 @@ void ExpectPlainRowBytes(const RGBFilter& filter, uint32_t groups, std::mt19937&
     context.filter = &filter;
     context.destinationStride = groups * Layout::kPixels * Output::kPixelSize;
     context.destinationHeight = 1;
-    const FilterTables8 tables(context);
+    const FilterTables8& tables = ActiveFilterTables(context);
     const std::size_t size =
         static_cast<std::size_t>(context.destinationStride) * (Output::kIsPlanar ? 3 : 1);
     std::vector<unsigned char> plain(size, kSentinel), fast(size, kSentinel);
