@@ -6,6 +6,7 @@ missing=()
 command -v cmake >/dev/null 2>&1 || missing+=(cmake)
 command -v g++ >/dev/null 2>&1 || missing+=(g++)
 [ -f /usr/include/gtest/gtest.h ] || missing+=(libgtest-dev)
+[ -f /usr/include/hwy/highway.h ] || missing+=(libhwy-dev)
 if [ "${ZN_WITH_BENCHMARKS:-0}" = 1 ]; then
   [ -f /usr/include/benchmark/benchmark.h ] || missing+=(libbenchmark-dev)
 fi

@@ -12,7 +12,6 @@
 #include "ZnConvertersLib/PixelConverter.h"
 #include "ZnConvertersLib/Types.h"
 #include "converters/bitpacked/BitPackedRGBConvertersDetail.h"
-#include "converters/bitpacked/BitPackedRGBConvertersSimd.h"
 #include "converters/common/KernelSupport.h"
 #include "converters/rgb/PackedRGBConvertersDetail.h"
 

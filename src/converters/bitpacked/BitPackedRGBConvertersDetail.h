@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "ZnConvertersLib/ConversionContext.h"
+#include "converters/bitpacked/BitPackedRGBKernels.h"
 #include "converters/common/KernelSupport.h"
 #include "converters/rgb/PackedRGBConvertersDetail.h"
 
@@ -20,6 +21,9 @@ using PackedRGBDetail::Rgb8;
 // the eight most significant bits of B, G and R.
 struct BGR10V1Reader {
     BGR10V1Reader(const unsigned char* line, const ConversionContext&, uint32_t) : line(line) {}
+    uint32_t VectorRow(const RowOutput& out, uint32_t width) const {
+        return BitPackedRGBVectorRow(ColourLayout::kBGR10V1, {line, 0, 0}, out, width);
+    }
     Rgb8 operator()(std::size_t i) const {
         const unsigned char* p = line + 4 * i;
         return {p[3], p[2], p[1]};
@@ -30,6 +34,9 @@ struct BGR10V1Reader {
 // One little-endian word: B in bits 0..9, G in 10..19, R in 20..29.
 struct BGR10V2Reader {
     BGR10V2Reader(const unsigned char* line, const ConversionContext&, uint32_t) : line(line) {}
+    uint32_t VectorRow(const RowOutput& out, uint32_t width) const {
+        return BitPackedRGBVectorRow(ColourLayout::kBGR10V2, {line, 0, 0}, out, width);
+    }
     Rgb8 operator()(std::size_t i) const {
         const uint32_t word = LoadLE32(line + 4 * i);
         return {static_cast<uint8_t>(word >> 22), static_cast<uint8_t>(word >> 12),
@@ -61,6 +68,12 @@ struct PlanarReader {
         : line(line),
           planeSize(static_cast<std::size_t>(context.sourceStride) * context.sourceHeight),
           shift(shift) {}
+    uint32_t VectorRow(const RowOutput& out, uint32_t width) const {
+        constexpr ColourLayout kLayout = std::is_same<Sample, unsigned char>::value
+                                             ? ColourLayout::kPlanar8
+                                             : ColourLayout::kPlanar16;
+        return BitPackedRGBVectorRow(kLayout, {line, planeSize, shift}, out, width);
+    }
     Rgb8 operator()(std::size_t i) const {
         return {Channel(line, i), Channel(line + planeSize, i), Channel(line + 2 * planeSize, i)};
     }

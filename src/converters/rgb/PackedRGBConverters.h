@@ -12,6 +12,7 @@
 #include "ZnConvertersLib/ConversionContext.h"
 #include "converters/common/KernelSupport.h"
 #include "converters/rgb/PackedRGBConvertersDetail.h"
+#include "converters/rgb/PackedRGBKernels.h"
 
 namespace ZnConvertersLib {
 namespace PackedRGBDetail {
@@ -20,6 +21,9 @@ namespace PackedRGBDetail {
 // byte with zeros below (no bit replication), so 0xFFFF reads as 0xF8, 0xFC, 0xF8.
 struct RGB16Reader {
     RGB16Reader(const unsigned char* line, const ConversionContext&, uint32_t) : line(line) {}
+    uint32_t VectorRow(const RowOutput& out, uint32_t width) const {
+        return PackedRGBVectorRow(ColourLayout::kRGB16, {line, 0, 0}, out, width);
+    }
     Rgb8 operator()(std::size_t i) const {
         const uint32_t word = LoadLE16(line + 2 * i);
         return {static_cast<uint8_t>((word >> 8) & 0xF8u),
@@ -35,6 +39,12 @@ struct ByteChannelReader {
     static constexpr std::size_t kPixelBytes = PixelBytes;
     static constexpr std::size_t kRed = R, kGreen = G, kBlue = B;
     ByteChannelReader(const unsigned char* line, const ConversionContext&, uint32_t) : line(line) {}
+    uint32_t VectorRow(const RowOutput& out, uint32_t width) const {
+        return PackedRGBVectorRow(kLayout, {line, 0, 0}, out, width);
+    }
+    static constexpr ColourLayout kLayout =
+        PixelBytes == 3 ? (R == 0 ? ColourLayout::kRGB24 : ColourLayout::kBGR24)
+                        : (R == 0 ? ColourLayout::kRGB32 : ColourLayout::kBGR32);
     Rgb8 operator()(std::size_t i) const {
         const unsigned char* p = line + PixelBytes * i;
         return {p[R], p[G], p[B]};
@@ -47,6 +57,12 @@ template <std::size_t PixelBytes, std::size_t R, std::size_t G, std::size_t B>
 struct WordChannelReader {
     WordChannelReader(const unsigned char* line, const ConversionContext&, uint32_t shift)
         : line(line), shift(shift) {}
+    uint32_t VectorRow(const RowOutput& out, uint32_t width) const {
+        constexpr ColourLayout kLayout = PixelBytes == 8 ? ColourLayout::kRGB64
+                                         : R == 0        ? ColourLayout::kRGB48
+                                                         : ColourLayout::kBGR48;
+        return PackedRGBVectorRow(kLayout, {line, 0, shift}, out, width);
+    }
     Rgb8 operator()(std::size_t i) const {
         const unsigned char* p = line + PixelBytes * i;
         return {static_cast<uint8_t>(LoadLE16(p + R) >> shift),
@@ -58,18 +74,6 @@ struct WordChannelReader {
 };
 
 }  // namespace PackedRGBDetail
-
-#if ZN_CONVERTERS_X86_SIMD
-namespace Simd {
-template <std::size_t PixelBytes, std::size_t R, std::size_t G, std::size_t B>
-struct RgbxDecoder<PackedRGBDetail::ByteChannelReader<PixelBytes, R, G, B>>
-    : ByteChannelRgbx<PixelBytes, R, G, B> {
-    ZN_TARGET_SSSE3 explicit RgbxDecoder(
-        const PackedRGBDetail::ByteChannelReader<PixelBytes, R, G, B>& read)
-        : ByteChannelRgbx<PixelBytes, R, G, B>(read.line) {}
-};
-}  // namespace Simd
-#endif
 
 namespace PackedRGBDetail {
 

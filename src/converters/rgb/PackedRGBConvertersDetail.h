@@ -5,9 +5,9 @@
 // order); the line loop passes each channel through its own filter table and stores the
 // pixel with the output policy.
 //
-// When all three filter tables are identities the lookups are skipped: the bytes are the
-// same, and without lookups the line can go through SIMD rows (PackedRGBConvertersSimd.h),
-// which convert a prefix of the line; the plain row finishes the rest.
+// The vector rows convert a prefix of each line, filtered or not; the plain rows are their
+// reference and finish the line. When all three filter tables are identities the plain
+// rows skip the look-ups: the bytes are the same.
 
 #include <cstddef>
 #include <cstdint>
@@ -16,7 +16,7 @@
 #include "ZnConvertersLib/PixelConverter.h"
 #include "ZnConvertersLib/Types.h"
 #include "converters/common/KernelSupport.h"
-#include "converters/rgb/PackedRGBConvertersSimd.h"
+#include "converters/common/RowCall.h"
 
 namespace ZnConvertersLib {
 namespace PackedRGBDetail {
@@ -39,15 +39,16 @@ void StoreColourRow_C(const Reader& read, const LineWriter<Output>& out, uint32_
     }
 }
 
+// Pixels begin .. width - 1 through the plain row, filtered unless the tables are
+// identities; the vector rows convert the pixels before begin.
 template <class Output, class Reader>
 void WriteColourPixels(const Reader& read, const LineWriter<Output>& out,
-                       const FilterTables8& tables, uint32_t width) {
+                       const FilterTables8& tables, uint32_t begin, uint32_t width) {
     static_assert(Output::kIsColour, "colour sources need a colour output");
     if (tables.identity) {
-        const uint32_t done = Simd::StoreColourRowFast<Reader, Output>(read, out.Line(), width);
-        StoreColourRow_C(read, out, done, width);
+        StoreColourRow_C(read, out, begin, width);
     } else {
-        for (uint32_t i = 0; i < width; ++i) {
+        for (uint32_t i = begin; i < width; ++i) {
             const Rgb8 p = read(i);
             out.StoreFiltered(i, tables, p.r, p.g, p.b);
         }
@@ -91,7 +92,8 @@ void WriteColourPairs(const Reader& read, const LineWriter<Output>& out,
 // One pixel per read. Every reader is built from the source line, the conversion context
 // (for sources that need strides or heights) and the source shift: readers of samples wider
 // than 8 bits shift each sample right by it before cutting it to 8 bits (only its low five
-// bits are used); the others ignore it.
+// bits are used); the others ignore it. Its VectorRow converts a prefix of the line with
+// the family's vector row and returns the pixels done (0 where it has none).
 template <class Reader, class Output>
 class ColourConverter : public UnitGranularityConverter {
 public:
@@ -109,7 +111,10 @@ public:
         KernelContextScope context;
         const FilterTables8& tables = ActiveFilterTables(*context);
         const LineWriter<Output> out(destination, *context);
-        WriteColourPixels(Reader(source, *context, mSourceShift & kShiftMask), out, tables, width);
+        const Reader read(source, *context, mSourceShift & kShiftMask);
+        const uint32_t done =
+            read.VectorRow(MakeRowOutput<Output>(destination, out.PlaneSize(), tables), width);
+        WriteColourPixels(read, out, tables, done, width);
         return ZnUtilsLib::Result(ResultCode::kSuccess);
     }
 

@@ -3,7 +3,6 @@
 #include <cstdint>
 
 #include "converters/bitpacked/BitPackedRGBConverters.h"
-#include "support/ColourRowTestSupport.h"
 #include "support/ConverterTestSupport.h"
 
 using namespace ZnConvertersLib;
@@ -99,23 +98,6 @@ TEST(BitPackedRGBConstruction, RGB12V1LineSizeIsNineBytesPerPairRoundedDown) {
     const RGBPlanarTo<unsigned short, OutputRGB24> planar(kSource, kDestination, 2, 3, 8);
     EXPECT_EQ(planar.GetSourceShift(), 8u);
     EXPECT_EQ(planar.GetSourceLineSize(5), 10u);
-}
-
-template <class Output>
-class SimdRows : public ::testing::Test {};
-TYPED_TEST_SUITE(SimdRows, SimdColourOutputs, OutputNames);
-
-TYPED_TEST(SimdRows, MatchThePlainRows) {
-    using Output = TypeParam;
-    using namespace BitPackedRGBDetail;
-    ExpectSimdRowMatchesPlainRow<BGR10V1Reader, Output>(4, 1, 0, 11);
-    ExpectSimdRowMatchesPlainRow<BGR10V2Reader, Output>(4, 1, 0, 11);
-    for (uint32_t shift : {0u, 1u, 3u, 9u}) {
-        ExpectSimdRowMatchesPlainRow<PlanarReader<unsigned char>, Output>(1, 3, shift, 11);
-    }
-    for (uint32_t shift : {2u, 4u, 8u, 17u}) {
-        ExpectSimdRowMatchesPlainRow<PlanarReader<unsigned short>, Output>(2, 3, shift, 11);
-    }
 }
 
 }  // namespace

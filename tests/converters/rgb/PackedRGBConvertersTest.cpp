@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "converters/rgb/PackedRGBConverters.h"
-#include "support/ColourRowTestSupport.h"
 #include "support/ConverterTestSupport.h"
 
 using namespace ZnConvertersLib;
@@ -129,19 +128,6 @@ TYPED_TEST(PackedRGB, ZeroWidthWritesNothing) {
     using Output = TypeParam;
     const RGB24PackedTo<Output> converter(kSource, kDestination, 3, Output::kPixelSize);
     ExpectConverts<Output>(converter, {Bytes(4, 1), Bytes(4, 2)}, 0, 4, {{}, {}});
-}
-
-template <class Output>
-class SimdRows : public ::testing::Test {};
-TYPED_TEST_SUITE(SimdRows, SimdColourOutputs, OutputNames);
-
-TYPED_TEST(SimdRows, MatchThePlainRows) {
-    using Output = TypeParam;
-    using namespace PackedRGBDetail;
-    ExpectSimdRowMatchesPlainRow<RGB24Reader, Output>(3, 1, 0, 7);
-    ExpectSimdRowMatchesPlainRow<BGR24Reader, Output>(3, 1, 0, 7);
-    ExpectSimdRowMatchesPlainRow<RGB32Reader, Output>(4, 1, 0, 7);
-    ExpectSimdRowMatchesPlainRow<BGR32Reader, Output>(4, 1, 0, 7);
 }
 
 }  // namespace

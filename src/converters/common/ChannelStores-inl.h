@@ -1,0 +1,324 @@
+// The stage every family's vector rows share once a run of pixels is decoded: three
+// vectors of 8-bit R, G and B channels (or one of gray values) in pixel order are looked
+// up in the filter tables when the filter is not the identity, then stored in the
+// output's layout. Compiled once per target, inside each family's kernel file
+// (per-target include guard, as Highway's -inl.h headers).
+//
+// The plain rows remain the reference: a vector row converts whole vectors of pixels and
+// reports how many; the plain row finishes the line from there (the one tail mechanism
+// of every family). Rows read and write exactly the bytes of the pixels they convert.
+
+// Whether the target being compiled has vector rows. The scalar and emulated targets
+// exist only because Highway needs a baseline; there the plain rows run alone, and a
+// family's row is a stub that converts nothing.
+#ifndef ZN_VECTOR_ROWS
+#define ZN_VECTOR_ROWS (HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128)
+#endif
+
+#if defined(ZN_CONVERTERS_CHANNEL_STORES_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef ZN_CONVERTERS_CHANNEL_STORES_INL_H_
+#undef ZN_CONVERTERS_CHANNEL_STORES_INL_H_
+#else
+#define ZN_CONVERTERS_CHANNEL_STORES_INL_H_
+#endif
+
+#include <hwy/highway.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "converters/common/RowCall.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace ZnConvertersLib {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if ZN_VECTOR_ROWS
+
+using D8 = hn::ScalableTag<uint8_t>;
+using V8 = hn::Vec<D8>;
+
+// ---------------------------------------------------------------------------------------
+// 256-entry table look-up of every byte of a vector.
+
+#if HWY_TARGET == HWY_AVX3_DL
+
+// Two-table byte permutes: each covers 128 entries, the index's top bit picks the half.
+class Table256 {
+public:
+    explicit Table256(const uint8_t* table) {
+        for (int k = 0; k < 4; ++k) {
+            mQuarter[k] = _mm512_loadu_si512(reinterpret_cast<const void*>(table + 64 * k));
+        }
+    }
+    V8 Apply(D8, V8 index) const {
+        const __m512i low = _mm512_permutex2var_epi8(mQuarter[0], index.raw, mQuarter[1]);
+        const __m512i high = _mm512_permutex2var_epi8(mQuarter[2], index.raw, mQuarter[3]);
+        return V8{_mm512_mask_blend_epi8(_mm512_movepi8_mask(index.raw), low, high)};
+    }
+
+private:
+    __m512i mQuarter[4];
+};
+
+#elif HWY_TARGET == HWY_NEON && HWY_ARCH_ARM_A64
+
+// tbl/tbx over four 64-byte quarters: tbx leaves lanes whose index is out of its
+// quarter's range unchanged.
+class Table256 {
+public:
+    explicit Table256(const uint8_t* table) : mTable(table) {}
+    V8 Apply(D8, V8 index) const {
+        const uint8x16_t i = index.raw;
+        const uint8x16_t q = vdupq_n_u8(64);
+        uint8x16_t r = vqtbl4q_u8(vld1q_u8_x4(mTable), i);
+        r = vqtbx4q_u8(r, vld1q_u8_x4(mTable + 64), vsubq_u8(i, q));
+        r = vqtbx4q_u8(r, vld1q_u8_x4(mTable + 128), vsubq_u8(i, vaddq_u8(q, q)));
+        r = vqtbx4q_u8(r, vld1q_u8_x4(mTable + 192), vsubq_u8(i, vdupq_n_u8(192)));
+        return V8{r};
+    }
+
+private:
+    const uint8_t* mTable;
+};
+
+#else
+
+// Sixteen 16-entry byte shuffles. Chunk k serves the indices 16k .. 16k + 15: after
+// subtracting 16k, adding 0x70 with saturation leaves those below 0x80 (a shuffle uses
+// their low four bits) and pushes every other index to 0x80 or above (shuffled to 0).
+class Table256 {
+public:
+    explicit Table256(const uint8_t* table) : mTable(table) {}
+    V8 Apply(D8 d, V8 index) const {
+        const V8 bias = hn::Set(d, 0x70);
+        const V8 step = hn::Set(d, 16);
+        V8 result = hn::Zero(d);
+        V8 x = index;
+        for (int k = 0; k < 16; ++k) {
+            const V8 chunk = hn::LoadDup128(d, mTable + 16 * k);
+            result = hn::Or(result, hn::TableLookupBytesOr0(chunk, hn::SaturatedAdd(x, bias)));
+            x = hn::Sub(x, step);
+        }
+        return result;
+    }
+
+private:
+    const uint8_t* mTable;
+};
+
+#endif
+
+// The three channel tables of a filter.
+class ChannelTables {
+public:
+    explicit ChannelTables(const FilterTables8& tables)
+        : mRed(tables.red), mGreen(tables.green), mBlue(tables.blue) {}
+    void Apply(D8 d, V8& r, V8& g, V8& b) const {
+        r = mRed.Apply(d, r);
+        g = mGreen.Apply(d, g);
+        b = mBlue.Apply(d, b);
+    }
+
+private:
+    Table256 mRed, mGreen, mBlue;
+};
+
+// ---------------------------------------------------------------------------------------
+// Stores of one vector of pixels at pixel index i of a line.
+
+// Little-endian 16-bit words from their low and high bytes.
+inline void StoreWords(D8 d, V8 low, V8 high, unsigned char* p) {
+    hn::StoreInterleaved2(low, high, d, p);
+}
+
+template <OutputKind Kind>
+struct ColourStore;
+
+template <>
+struct ColourStore<OutputKind::kRGB24> {
+    static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
+        hn::StoreInterleaved3(r, g, b, d, out.line + 3 * i);
+    }
+};
+template <>
+struct ColourStore<OutputKind::kBGR24> {
+    static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
+        hn::StoreInterleaved3(b, g, r, d, out.line + 3 * i);
+    }
+};
+template <>
+struct ColourStore<OutputKind::kRGB32> {
+    static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
+        hn::StoreInterleaved4(r, g, b, hn::Set(d, 0xFF), d, out.line + 4 * i);
+    }
+};
+template <>
+struct ColourStore<OutputKind::kBGR32> {
+    static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
+        hn::StoreInterleaved4(b, g, r, hn::Set(d, 0xFF), d, out.line + 4 * i);
+    }
+};
+template <>
+struct ColourStore<OutputKind::kPlanar24> {
+    static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
+        const size_t plane = out.planeSize;
+        hn::StoreU(r, d, out.line + i);
+        hn::StoreU(g, d, out.line + plane + i);
+        hn::StoreU(b, d, out.line + 2 * plane + i);
+    }
+};
+// 5:6:5, red in the high bits: high byte rrrrrggg, low byte gggbbbbb.
+template <>
+struct ColourStore<OutputKind::kRGB16> {
+    static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
+        const V8 high = hn::Or(hn::And(r, hn::Set(d, 0xF8)), hn::ShiftRight<5>(g));
+        const V8 low = hn::Or(hn::ShiftLeft<3>(hn::And(g, hn::Set(d, 0x1C))), hn::ShiftRight<3>(b));
+        StoreWords(d, low, high, out.line + 2 * i);
+    }
+};
+
+template <OutputKind Kind>
+struct GrayStore {
+    // Colour outputs take the gray value in every channel.
+    static void Put(D8 d, const RowOutput& out, size_t i, V8 v) {
+        ColourStore<Kind>::Put(d, out, i, v, v, v);
+    }
+};
+template <>
+struct GrayStore<OutputKind::kGray8> {
+    static void Put(D8 d, const RowOutput& out, size_t i, V8 v) { hn::StoreU(v, d, out.line + i); }
+};
+
+// Deeper gray: the 8-bit value shifted up by Shift in a 16-bit word.
+template <int Shift>
+struct GrayWordStore {
+    static void Put(D8 d, const RowOutput& out, size_t i, V8 v) {
+        if constexpr (Shift == 8) {
+            StoreWords(d, hn::Zero(d), v, out.line + 2 * i);
+        } else {
+            StoreWords(d, hn::ShiftLeft<Shift>(v), hn::ShiftRight<8 - Shift>(v), out.line + 2 * i);
+        }
+    }
+};
+template <>
+struct GrayStore<OutputKind::kGray10> : GrayWordStore<2> {};
+template <>
+struct GrayStore<OutputKind::kGray12> : GrayWordStore<4> {};
+template <>
+struct GrayStore<OutputKind::kGray14> : GrayWordStore<6> {};
+template <>
+struct GrayStore<OutputKind::kGray16> : GrayWordStore<8> {};
+
+// ---------------------------------------------------------------------------------------
+// Row loops over any decoder and output. A decoder provides
+//   colour: void Decode(D8, size_t i, V8& r, V8& g, V8& b) const;   pixels i .. i + N - 1
+//   gray:   V8 Decode(D8, size_t i) const;
+
+template <OutputKind Kind, bool kFiltered, class Decoder>
+uint32_t ColourLoop(const Decoder& decoder, const RowOutput& out, uint32_t width) {
+    const D8 d;
+    const size_t n = hn::Lanes(d);
+    size_t i = 0;
+    if constexpr (kFiltered) {
+        const ChannelTables tables(*out.filter);
+        for (; i + n <= width; i += n) {
+            V8 r, g, b;
+            decoder.Decode(d, i, r, g, b);
+            tables.Apply(d, r, g, b);
+            ColourStore<Kind>::Put(d, out, i, r, g, b);
+        }
+    } else {
+        for (; i + n <= width; i += n) {
+            V8 r, g, b;
+            decoder.Decode(d, i, r, g, b);
+            ColourStore<Kind>::Put(d, out, i, r, g, b);
+        }
+    }
+    return static_cast<uint32_t>(i);
+}
+
+// The converted prefix of a line of colour pixels, for any colour output and filter.
+template <class Decoder>
+uint32_t ColourRow(const Decoder& decoder, const RowOutput& out, uint32_t width) {
+    {
+        const bool filtered = out.filter != nullptr;
+#define ZN_COLOUR_CASE(kind)                                                      \
+    case OutputKind::kind:                                                        \
+        return filtered ? ColourLoop<OutputKind::kind, true>(decoder, out, width) \
+                        : ColourLoop<OutputKind::kind, false>(decoder, out, width);
+        switch (out.kind) {
+            ZN_COLOUR_CASE(kRGB16)
+            ZN_COLOUR_CASE(kRGB24)
+            ZN_COLOUR_CASE(kBGR24)
+            ZN_COLOUR_CASE(kRGB32)
+            ZN_COLOUR_CASE(kBGR32)
+            ZN_COLOUR_CASE(kPlanar24)
+            default:
+                return 0;
+        }
+#undef ZN_COLOUR_CASE
+    }
+}
+
+template <OutputKind Kind, class Decoder>
+uint32_t GrayLoop(const Decoder& decoder, const RowOutput& out, uint32_t width) {
+    const D8 d;
+    const size_t n = hn::Lanes(d);
+    size_t i = 0;
+    for (; i + n <= width; i += n) GrayStore<Kind>::Put(d, out, i, decoder.Decode(d, i));
+    return static_cast<uint32_t>(i);
+}
+
+// The converted prefix of a line of gray pixels, for any output. Gray values are never
+// filtered.
+template <class Decoder>
+uint32_t GrayRow(const Decoder& decoder, const RowOutput& out, uint32_t width) {
+    {
+#define ZN_GRAY_CASE(kind) \
+    case OutputKind::kind: \
+        return GrayLoop<OutputKind::kind>(decoder, out, width);
+        switch (out.kind) {
+            ZN_GRAY_CASE(kRGB16)
+            ZN_GRAY_CASE(kRGB24)
+            ZN_GRAY_CASE(kBGR24)
+            ZN_GRAY_CASE(kRGB32)
+            ZN_GRAY_CASE(kBGR32)
+            ZN_GRAY_CASE(kPlanar24)
+            ZN_GRAY_CASE(kGray8)
+            ZN_GRAY_CASE(kGray10)
+            ZN_GRAY_CASE(kGray12)
+            ZN_GRAY_CASE(kGray14)
+            ZN_GRAY_CASE(kGray16)
+        }
+#undef ZN_GRAY_CASE
+        return 0;
+    }
+}
+
+// ---------------------------------------------------------------------------------------
+// Decoding helpers.
+
+// The low byte of each 16-bit lane of two vectors, in order: a 16-bit sample cut to 8 bits.
+inline V8 LowBytes(D8 d, hn::Vec<hn::Repartition<uint16_t, D8>> first,
+                   hn::Vec<hn::Repartition<uint16_t, D8>> second) {
+    return hn::ConcatEven(d, hn::BitCast(d, second), hn::BitCast(d, first));
+}
+
+// Two vectors of pixels (first and second of each pair) as pixels in order, split over
+// two vectors. Done through a small buffer: whole-vector stores forward to the loads.
+inline void InOrder(D8 d, V8 first, V8 second, V8& low, V8& high) {
+    HWY_ALIGN uint8_t buffer[2 * hn::MaxLanes(D8())];
+    hn::StoreInterleaved2(first, second, d, buffer);
+    low = hn::Load(d, buffer);
+    high = hn::Load(d, buffer + hn::Lanes(d));
+}
+
+#endif  // ZN_VECTOR_ROWS
+
+}  // namespace HWY_NAMESPACE
+}  // namespace ZnConvertersLib
+HWY_AFTER_NAMESPACE();
+
+#endif  // per-target include guard

@@ -1,0 +1,17 @@
+#pragma once
+
+// For the once-only part of a multi-target kernel file: the chosen target's instance of
+// an exported row.
+
+#include <hwy/highway.h>
+
+#include "converters/common/KernelChoice.h"
+
+// A single compiled target is called directly.
+#if HWY_IDE || ((HWY_TARGETS & (HWY_TARGETS - 1)) == 0)
+#define ZN_RESOLVE_ROW(FUNC_NAME) (&HWY_STATIC_DISPATCH(FUNC_NAME))
+#else
+#define ZN_RESOLVE_ROW(FUNC_NAME)                           \
+    (::ZnConvertersLib::KernelChoice::EnsureTargetChosen(), \
+     HWY_DISPATCH_TABLE(FUNC_NAME)[hwy::GetChosenTarget().GetIndex()])
+#endif
