@@ -56,6 +56,12 @@ RowOutput MakeRowOutput(unsigned char* line, uint32_t planeSize, const FilterTab
     return {line, planeSize, OutputKindOf<Output>(), tables.identity ? nullptr : &tables};
 }
 
+// A line's output for a gray source's vector row: gray values are never filtered.
+template <class Output>
+RowOutput MakeGrayRowOutput(unsigned char* line, uint32_t planeSize) {
+    return {line, planeSize, OutputKindOf<Output>(), nullptr};
+}
+
 // Where a line's samples come from: the line, the source plane size of planar sources
 // (source stride × height) and the shift that brings samples to 8 bits.
 struct RowSource {

@@ -2,15 +2,16 @@
 
 // Building blocks of the gray kernels: sample readers that turn pixel i (or pair k) of a
 // source line into 8-bit gray values, and placement loops that hand them to the output
-// writer in order, in pairs, or in dual-tap order. In-order placement of the common
-// layouts starts with a SIMD row (GrayscaleConvertersSimd.h); the plain rows are its
-// reference and finish each line.
+// writer in order, in pairs, or in dual-tap order. In-order placement starts with the
+// family's vector row (GrayscaleKernels.h); the plain rows are its reference and finish
+// each line.
 
 #include <cstddef>
 #include <cstdint>
 
 #include "converters/common/KernelSupport.h"
-#include "converters/gray/GrayscaleConvertersSimd.h"
+#include "converters/common/RowCall.h"
+#include "converters/gray/GrayscaleKernels.h"
 
 namespace ZnConvertersLib {
 namespace GrayscaleDetail {
@@ -88,7 +89,7 @@ void StoreGrayPairs_C(const Pairs& pairs, const LineWriter<Output>& out, uint32_
     }
 }
 
-// How many leading pixels a SIMD row converts; readers without one convert none.
+// How many leading pixels a vector row converts; readers without one convert none.
 template <class Output, class Pixels>
 uint32_t StoreGrayRowFast(const Pixels&, const LineWriter<Output>&, uint32_t) {
     return 0;
@@ -96,14 +97,20 @@ uint32_t StoreGrayRowFast(const Pixels&, const LineWriter<Output>&, uint32_t) {
 template <class Output>
 uint32_t StoreGrayRowFast(const Gray8Pixels& pixels, const LineWriter<Output>& out,
                           uint32_t count) {
-    return Simd::StoreGrayRowFast<Simd::GrayLayout::k8Bit, Output>(pixels.line, pixels.shift,
-                                                                   out.Line(), count);
+    return GrayscaleVectorRow(GrayLayout::k8Bit, {pixels.line, 0, pixels.shift},
+                              MakeGrayRowOutput<Output>(out.Line(), out.PlaneSize()), count);
 }
 template <class Output>
 uint32_t StoreGrayRowFast(const Gray16Pixels& pixels, const LineWriter<Output>& out,
                           uint32_t count) {
-    return Simd::StoreGrayRowFast<Simd::GrayLayout::k16Bit, Output>(pixels.line, pixels.shift,
-                                                                    out.Line(), count);
+    return GrayscaleVectorRow(GrayLayout::k16Bit, {pixels.line, 0, pixels.shift},
+                              MakeGrayRowOutput<Output>(out.Line(), out.PlaneSize()), count);
+}
+template <class Output>
+uint32_t StoreGrayRowFast(const SignedGray8Pixels& pixels, const LineWriter<Output>& out,
+                          uint32_t count) {
+    return GrayscaleVectorRow(GrayLayout::kSigned8, {pixels.line, 0, 0},
+                              MakeGrayRowOutput<Output>(out.Line(), out.PlaneSize()), count);
 }
 
 template <class Output, class Pixels>
@@ -111,9 +118,13 @@ void WriteSequential(const Pixels& pixels, const LineWriter<Output>& out, uint32
     StoreGrayRow_C(pixels, out, StoreGrayRowFast(pixels, out, count), count);
 }
 
-template <class Output, class Pairs>
-void WritePairs(const Pairs& pairs, const LineWriter<Output>& out, uint32_t pairCount) {
-    StoreGrayPairs_C(pairs, out, 0, pairCount);
+// Whole GEV-packed pairs in order.
+template <class Output>
+void WritePairs(const GevPairs& pairs, const LineWriter<Output>& out, uint32_t pairCount) {
+    const uint32_t done =
+        GrayscaleVectorRow(GrayLayout::kPackedGEV, {pairs.line, 0, 0},
+                           MakeGrayRowOutput<Output>(out.Line(), out.PlaneSize()), pairCount);
+    StoreGrayPairs_C(pairs, out, done, pairCount);
 }
 
 // Pair k holds the k-th pixel of each tap. A tap with step +1 fills its half from the
@@ -136,9 +147,10 @@ void WriteDualTap(const Pairs& pairs, const LineWriter<Output>& out, uint32_t ev
 template <class Output>
 void WritePackedPairs(const Packed12Pairs& pairs, const LineWriter<Output>& out,
                       uint32_t pairCount) {
-    const uint32_t done = Simd::StoreGrayRowFast<Simd::GrayLayout::kPacked12, Output>(
-        pairs.line, pairs.shift, out.Line(), 2 * pairCount);
-    StoreGrayPairs_C(pairs, out, done / 2, pairCount);
+    const uint32_t done =
+        GrayscaleVectorRow(GrayLayout::kPacked12, {pairs.line, 0, pairs.shift},
+                           MakeGrayRowOutput<Output>(out.Line(), out.PlaneSize()), pairCount);
+    StoreGrayPairs_C(pairs, out, done, pairCount);
 }
 
 }  // namespace GrayscaleDetail

@@ -1,0 +1,163 @@
+// Vector rows of the gray family, written once and compiled for every target
+// (GrayscaleKernels.h). Gray values are never filtered.
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "converters/gray/GrayscaleKernels.cpp"
+#include "converters/gray/GrayscaleKernels.h"
+
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#include "converters/common/ChannelStores-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace ZnConvertersLib {
+namespace HWY_NAMESPACE {
+#if ZN_VECTOR_ROWS
+namespace {
+
+using D16 = hn::Repartition<uint16_t, D8>;
+using V16 = hn::Vec<D16>;
+
+struct Gray8 {
+    const uint8_t* line;
+    int shift;
+    V8 Decode(D8 d, size_t i) const {
+        if (shift >= 8) return hn::Zero(d);
+        return hn::ShiftRightSame(hn::LoadU(d, line + i), shift);
+    }
+};
+
+struct Gray16 {
+    const uint8_t* line;
+    int shift;
+    V8 Decode(D8 d, size_t i) const {
+        const D16 dw;
+        const uint16_t* p = reinterpret_cast<const uint16_t*>(line) + i;
+        return LowBytes(d, hn::ShiftRightSame(hn::LoadU(dw, p), shift),
+                        hn::ShiftRightSame(hn::LoadU(dw, p + hn::Lanes(dw)), shift));
+    }
+};
+
+// (s + 128) mod 256 is the top bit flipped.
+struct Signed8 {
+    const uint8_t* line;
+    V8 Decode(D8 d, size_t i) const { return hn::Xor(hn::LoadU(d, line + i), hn::Set(d, 0x80)); }
+};
+
+// Pair decoders: the first and second pixels of groups k .. k + N - 1.
+struct PackedGEV {
+    const uint8_t* line;
+    void Decode(D8 d, size_t k, V8& first, V8& second) const {
+        V8 middle;
+        hn::LoadInterleaved3(d, line + 3 * k, first, middle, second);
+    }
+};
+
+// p0 = b0 | (b1 & 0x0F) << 8, p1 = b1 >> 4 | b2 << 4, each shifted right and cut to 8 bits.
+struct Packed12 {
+    const uint8_t* line;
+    int shift;
+    V8 Samples(D8 d, V8 low, V8 highNibble) const {
+        const D16 dw;
+        const auto half = [&](auto lowHalf, auto highHalf) {
+            const V16 v =
+                hn::Or(hn::PromoteTo(dw, lowHalf), hn::ShiftLeft<8>(hn::PromoteTo(dw, highHalf)));
+            return hn::ShiftRightSame(v, shift);
+        };
+        const hn::Half<D8> dh;
+        return LowBytes(d, half(hn::LowerHalf(dh, low), hn::LowerHalf(dh, highNibble)),
+                        half(hn::UpperHalf(dh, low), hn::UpperHalf(dh, highNibble)));
+    }
+    void Decode(D8 d, size_t k, V8& first, V8& second) const {
+        V8 b0, b1, b2;
+        hn::LoadInterleaved3(d, line + 3 * k, b0, b1, b2);
+        // Each sample as its low byte and its high nibble.
+        first = Samples(d, b0, hn::And(b1, hn::Set(d, 0x0F)));
+        second =
+            Samples(d, hn::Or(hn::ShiftRight<4>(b1), hn::ShiftLeft<4>(b2)), hn::ShiftRight<4>(b2));
+    }
+};
+
+template <OutputKind Kind, class Decoder>
+uint32_t PairLoop(const Decoder& decoder, const RowOutput& out, uint32_t pairs) {
+    const D8 d;
+    const size_t n = hn::Lanes(d);
+    size_t k = 0;
+    for (; k + n <= pairs; k += n) {
+        V8 first, second, low, high;
+        decoder.Decode(d, k, first, second);
+        InOrder(d, first, second, low, high);
+        GrayStore<Kind>::Put(d, out, 2 * k, low);
+        GrayStore<Kind>::Put(d, out, 2 * k + n, high);
+    }
+    return static_cast<uint32_t>(k);
+}
+
+template <class Decoder>
+uint32_t PairRow(const Decoder& decoder, const RowOutput& out, uint32_t pairs) {
+#define ZN_PAIR_CASE(kind) \
+    case OutputKind::kind: \
+        return PairLoop<OutputKind::kind>(decoder, out, pairs);
+    switch (out.kind) {
+        ZN_PAIR_CASE(kRGB16)
+        ZN_PAIR_CASE(kRGB24)
+        ZN_PAIR_CASE(kBGR24)
+        ZN_PAIR_CASE(kRGB32)
+        ZN_PAIR_CASE(kBGR32)
+        ZN_PAIR_CASE(kPlanar24)
+        ZN_PAIR_CASE(kGray8)
+        ZN_PAIR_CASE(kGray10)
+        ZN_PAIR_CASE(kGray12)
+        ZN_PAIR_CASE(kGray14)
+        ZN_PAIR_CASE(kGray16)
+    }
+#undef ZN_PAIR_CASE
+    return 0;
+}
+
+}  // namespace
+
+uint32_t GrayscaleRow(GrayLayout layout, const RowSource& source, const RowOutput& out,
+                      uint32_t count) {
+    const uint8_t* line = source.line;
+    const int shift = static_cast<int>(source.shift);
+    switch (layout) {
+        case GrayLayout::k8Bit:
+            return GrayRow(Gray8{line, shift}, out, count);
+        case GrayLayout::k16Bit:
+            return GrayRow(Gray16{line, shift}, out, count);
+        case GrayLayout::kSigned8:
+            return GrayRow(Signed8{line}, out, count);
+        case GrayLayout::kPackedGEV:
+            return PairRow(PackedGEV{line}, out, count);
+        case GrayLayout::kPacked12:
+            return PairRow(Packed12{line, shift}, out, count);
+    }
+    return 0;
+}
+#else
+uint32_t GrayscaleRow(GrayLayout, const RowSource&, const RowOutput&, uint32_t) {
+    return 0;
+}
+#endif
+
+}  // namespace HWY_NAMESPACE
+}  // namespace ZnConvertersLib
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+#include "converters/common/KernelExport.h"
+
+namespace ZnConvertersLib {
+
+HWY_EXPORT(GrayscaleRow);
+
+uint32_t GrayscaleVectorRow(GrayLayout layout, const RowSource& source, const RowOutput& out,
+                            uint32_t count) {
+    static KernelChoice::Chosen<decltype(&HWY_STATIC_DISPATCH(GrayscaleRow))> sRow;
+    return sRow.Get([] { return ZN_RESOLVE_ROW(GrayscaleRow); })(layout, source, out, count);
+}
+
+}  // namespace ZnConvertersLib
+#endif
