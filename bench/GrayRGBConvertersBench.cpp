@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ZnConvertersLib/PixelConverter.h"
+#include "ZnConvertersLib/RGBFilter.h"
 #include "converters/bitpacked/BitPackedRGBConverters.h"
 #include "converters/common/OutputPolicies.h"
 #include "converters/gray/GrayscaleConverters.h"
@@ -30,13 +31,13 @@ void ReportRates(benchmark::State& state, size_t sourceBytes, size_t destination
 
 // sourceBytes covers every plane of a planar source.
 void RunConversion(benchmark::State& state, const PixelConverter& converter, size_t sourceBytes,
-                   size_t destinationBytes) {
+                   size_t destinationBytes, const RGBFilter* filter = nullptr) {
     std::vector<unsigned char> source(sourceBytes);
     for (size_t i = 0; i < source.size(); ++i) source[i] = static_cast<unsigned char>(i * 131 + 7);
     std::vector<unsigned char> destination(destinationBytes);
     for (auto _ : state) {
-        converter.Convert(source.data(), kWidth, kHeight, destination.data(), kWidth, kHeight,
-                          kWidth, kHeight, 0, 0, nullptr, nullptr, 0);
+        converter.ConvertFiltered(filter, source.data(), kWidth, kHeight, destination.data(),
+                                  kWidth, kHeight, kWidth, kHeight, 0, 0, nullptr, nullptr, 0);
         benchmark::DoNotOptimize(destination.data());
         benchmark::ClobberMemory();
     }
@@ -56,6 +57,15 @@ void BM_Mono16ToMono8(benchmark::State& state) {
 void BM_RGB24ToBGR32(benchmark::State& state) {
     static const RGB24PackedTo<OutputBGR32> converter(0x420002, 0x20007, 3, 4);
     RunConversion(state, converter, size_t(kWidth) * 3 * kHeight, size_t(kWidth) * 4 * kHeight);
+}
+
+// The same with a white balance: the look-ups stay in the vector rows.
+void BM_RGB24ToBGR32_WhiteBalance(benchmark::State& state) {
+    static const RGB24PackedTo<OutputBGR32> converter(0x420002, 0x20007, 3, 4);
+    RGBFilter filter(8);
+    filter.SetMultipliers(1.2, 1.0, 1.4);
+    RunConversion(state, converter, size_t(kWidth) * 3 * kHeight, size_t(kWidth) * 4 * kHeight,
+                  &filter);
 }
 
 void BM_BGR10PackedV2ToRGB24(benchmark::State& state) {
@@ -86,6 +96,7 @@ void BM_MemcpyDestinationFrame(benchmark::State& state) {
 BENCHMARK(BM_Packed12GrayToRGB32)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Mono16ToMono8)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_RGB24ToBGR32)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_RGB24ToBGR32_WhiteBalance)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_BGR10PackedV2ToRGB24)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Planar8ToRGB24)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_MemcpyDestinationFrame)->Arg(1)->Arg(3)->Arg(4)->Unit(benchmark::kMicrosecond);
