@@ -13,12 +13,10 @@
 #include "ZnConvertersLib/ConversionContext.h"
 #include "ZnConvertersLib/PixelConverter.h"
 #include "ZnConvertersLib/Types.h"
-#include "converters/common/BayerYUVChannels.h"
 #include "converters/common/KernelSupport.h"
 #include "converters/common/OutputPolicies.h"
+#include "converters/common/RowCall.h"
 #include "converters/yuv/YUVRows.h"
-#include "converters/yuv/YUVRowsSSE2.h"
-#include "converters/yuv/YUVRowsSSSE3.h"
 
 namespace ZnConvertersLib {
 
@@ -38,9 +36,9 @@ public:
     static const uint8_t* GetSaturationTable();
 
 protected:
-    // One line of `groups` groups of Layout, with the conversion's filter. The row is
-    // chosen once per call: the SSSE3 row when the CPU has it, else the SSE2 row, where
-    // the layout has one; and the look-ups only when the filter is not the identity.
+    // One line of `groups` groups of Layout, with the conversion's filter: the vector row
+    // converts the groups of whole vectors, the plain row the rest; the plain row's
+    // filter look-ups are compiled out for the identity.
     template <class Layout, class Output>
     ZnUtilsLib::Result ConvertGroups(const unsigned char* source, unsigned char* destination,
                                      uint32_t groups, uint32_t shift) const {
@@ -48,35 +46,17 @@ protected:
         const FilterTables8& tables = ActiveFilterTables(*context);
         const LineWriter<Output> out(destination, *context);
         const uint8_t* saturate = GetSaturationTable() + YUVDetail::kSaturationOffset;
+        const uint32_t done =
+            YUVVectorRow(Layout::kKernel, {source, 0, shift},
+                         MakeRowOutput<Output>(destination, out.PlaneSize(), tables), groups);
         if (tables.identity) {
-            Row<Layout, false>(source, out, tables, saturate, groups, shift);
+            YUVDetail::ConvertGroupsRow<Layout, false>(source, out, tables, saturate, done, groups,
+                                                       shift);
         } else {
-            Row<Layout, true>(source, out, tables, saturate, groups, shift);
+            YUVDetail::ConvertGroupsRow<Layout, true>(source, out, tables, saturate, done, groups,
+                                                      shift);
         }
         return ZnUtilsLib::Result();
-    }
-
-private:
-    template <class Layout, bool kFiltered, class Output>
-    static void Row(const unsigned char* source, const LineWriter<Output>& out,
-                    const FilterTables8& tables, const uint8_t* saturate, uint32_t groups,
-                    uint32_t shift) {
-#if defined(ZN_HAS_SSE2_ROWS)
-        if constexpr (YUVDetail::HasVectorRows<Layout>::value) {
-#if defined(ZN_HAS_SSSE3_ROWS)
-            if (Simd::HasSsse3()) {
-                YUVDetail::ConvertGroupsRow_SSSE3<Layout, kFiltered>(source, out, tables, saturate,
-                                                                     groups, shift);
-                return;
-            }
-#endif
-            YUVDetail::ConvertGroupsRow_SSE2<Layout, kFiltered>(source, out, tables, saturate,
-                                                                groups, shift);
-            return;
-        }
-#endif
-        YUVDetail::ConvertGroupsRow<Layout, kFiltered>(source, out, tables, saturate, 0, groups,
-                                                       shift);
     }
 };
 

@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "converters/common/KernelSupport.h"
+#include "converters/yuv/YUVKernels.h"
 
 namespace ZnConvertersLib {
 namespace YUVDetail {
@@ -61,39 +62,47 @@ struct ShiftedWords {
     }
 };
 
-// Layout descriptions: sample positions within one group.
+// Layout descriptions: sample positions within one group, and the vector row's name for
+// the layout.
 struct Layout422 {  // Y0 U Y1 V
     using Reader = Bytes;
+    static constexpr YUVLayout kKernel = YUVLayout::k422;
     static constexpr uint32_t kPixels = 2, kSamples = 4, kU = 1, kV = 3;
     static constexpr std::array<uint32_t, kPixels> kY{0, 2};
 };
 struct Layout422GEV {  // U Y0 V Y1
     using Reader = Bytes;
+    static constexpr YUVLayout kKernel = YUVLayout::k422GEV;
     static constexpr uint32_t kPixels = 2, kSamples = 4, kU = 0, kV = 2;
     static constexpr std::array<uint32_t, kPixels> kY{1, 3};
 };
 struct Layout411 {  // U Y0 Y1 V Y2 Y3
     using Reader = Bytes;
+    static constexpr YUVLayout kKernel = YUVLayout::k411;
     static constexpr uint32_t kPixels = 4, kSamples = 6, kU = 0, kV = 3;
     static constexpr std::array<uint32_t, kPixels> kY{1, 2, 4, 5};
 };
 struct Layout444 {  // Y U V
     using Reader = Bytes;
+    static constexpr YUVLayout kKernel = YUVLayout::k444;
     static constexpr uint32_t kPixels = 1, kSamples = 3, kU = 1, kV = 2;
     static constexpr std::array<uint32_t, kPixels> kY{0};
 };
 struct Layout444GEV {  // U Y V
     using Reader = Bytes;
+    static constexpr YUVLayout kKernel = YUVLayout::k444GEV;
     static constexpr uint32_t kPixels = 1, kSamples = 3, kU = 0, kV = 2;
     static constexpr std::array<uint32_t, kPixels> kY{1};
 };
 struct LayoutYCrCb {  // Y Cr Cb
     using Reader = Bytes;
+    static constexpr YUVLayout kKernel = YUVLayout::kYCrCb;
     static constexpr uint32_t kPixels = 1, kSamples = 3, kU = 2, kV = 1;
     static constexpr std::array<uint32_t, kPixels> kY{0};
 };
 struct Layout422Words {  // Y0 U Y1 V, 16-bit samples
     using Reader = ShiftedWords;
+    static constexpr YUVLayout kKernel = YUVLayout::k422Words;
     static constexpr uint32_t kPixels = 2, kSamples = 4, kU = 1, kV = 3;
     static constexpr std::array<uint32_t, kPixels> kY{0, 2};
 };
@@ -125,17 +134,6 @@ void ConvertGroupsRow(const unsigned char* source, const LineWriter<Output>& out
             out.Store(first + k, r, g, b);
         }
     }
-}
-
-// Runs a bulk row over the whole steps of a line, then the plain row over the groups left.
-// bulk(source, out, tables, groups) takes a multiple of groupsPerStep.
-template <class Layout, bool kFiltered, class Output, class BulkRow>
-void ConvertGroupsRowAny(BulkRow bulk, uint32_t groupsPerStep, const unsigned char* source,
-                         const LineWriter<Output>& out, const FilterTables8& tables,
-                         const uint8_t* saturate, uint32_t groups, uint32_t shift) {
-    const uint32_t whole = groups - groups % groupsPerStep;
-    if (whole != 0) bulk(source, out, tables, whole);
-    ConvertGroupsRow<Layout, kFiltered>(source, out, tables, saturate, whole, groups, shift);
 }
 
 }  // namespace YUVDetail

@@ -7,7 +7,6 @@
 #include "ZnConvertersLib/RGBFilter.h"
 #include "ZnConvertersLib/Types.h"
 #include "converters/yuv/YUVConverters.h"
-#include "converters/yuv/YUVRowsSSE2.h"
 #include "support/ConverterTestSupport.h"
 
 using namespace ZnConvertersLib;
@@ -197,55 +196,6 @@ TYPED_TEST(YUVOutputs, FilterAppliesToTheSaturatedColour) {
         return Rgb{c.r == 255 ? 9 : c.r, 0, c.b == 0 ? 77 : c.b};
     });
 }
-
-#if defined(ZN_HAS_SSE2_ROWS)
-
-// The vector rows against the reference row on the same random lines, with and without
-// filter look-ups, for group counts with and without a tail.
-template <class Output, class Layout, bool kFiltered>
-void CompareVectorRows(const RGBFilter& filter) {
-    Converters<Output>::Get();  // builds the saturation table
-    const uint8_t* saturate = YUVTo::GetSaturationTable() + YUVDetail::kSaturationOffset;
-    unsigned seed = 10;
-    for (const uint32_t groups : {16u, 17u, 40u, 77u}) {
-        const uint32_t width = groups * Layout::kPixels;
-        const Bytes source = RandomBytes(groups * Layout::kSamples, ++seed);
-        ConversionContext context{};
-        context.filter = &filter;
-        context.destinationStride = width * Output::kPixelSize;
-        context.destinationHeight = 1;
-        const FilterTables8& tables = ActiveFilterTables(context);
-        const size_t size =
-            static_cast<size_t>(context.destinationStride) * (Output::kIsPlanar ? 3 : 1);
-        Bytes reference(size, kSentinel), vector(size, kSentinel);
-        YUVDetail::ConvertGroupsRow<Layout, kFiltered>(
-            source.data(), LineWriter<Output>(reference.data(), context), tables, saturate, 0,
-            groups, 0);
-        YUVDetail::ConvertGroupsRow_SSE2<Layout, kFiltered>(
-            source.data(), LineWriter<Output>(vector.data(), context), tables, saturate, groups, 0);
-        EXPECT_EQ(vector, reference) << groups << " groups";
-    }
-}
-
-template <class Output, bool kFiltered>
-void CompareVectorRowsForAllLayouts(const RGBFilter& filter) {
-    CompareVectorRows<Output, YUVDetail::Layout422, kFiltered>(filter);
-    CompareVectorRows<Output, YUVDetail::Layout422GEV, kFiltered>(filter);
-    CompareVectorRows<Output, YUVDetail::Layout444, kFiltered>(filter);
-    CompareVectorRows<Output, YUVDetail::Layout444GEV, kFiltered>(filter);
-    CompareVectorRows<Output, YUVDetail::LayoutYCrCb, kFiltered>(filter);
-}
-
-TYPED_TEST(YUVOutputs, VectorRowsGiveTheReferenceBytes) {
-    const RGBFilter identity(8);
-    RGBFilter filter(8);
-    for (uint32_t i = 0; i < 256; ++i)
-        filter.SetRedValue(i, static_cast<unsigned short>(255 - i), false);
-    CompareVectorRowsForAllLayouts<TypeParam, false>(identity);
-    CompareVectorRowsForAllLayouts<TypeParam, true>(filter);
-}
-
-#endif
 
 TEST(YUVConverter, SaturationTableClampsEveryIndex) {
     Converters<OutputRGB24>::Get();  // any construction builds the table
