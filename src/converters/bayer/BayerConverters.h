@@ -28,12 +28,11 @@
 #include "ZnConvertersLib/ConversionContext.h"
 #include "ZnConvertersLib/PixelConverter.h"
 #include "ZnConvertersLib/Types.h"
+#include "converters/bayer/BayerKernels.h"
 #include "converters/bayer/BayerRows.h"
-#include "converters/bayer/BayerRowsSSE2.h"
-#include "converters/bayer/BayerRowsSSSE3.h"
-#include "converters/common/BayerYUVChannels.h"
 #include "converters/common/KernelSupport.h"
 #include "converters/common/OutputPolicies.h"
+#include "converters/common/RowCall.h"
 
 namespace ZnConvertersLib {
 
@@ -180,26 +179,32 @@ private:
               top(source),
               stride(context.sourceStride),
               layout(BayerDetail::kBlockLayout[BayerDetail::PatternFromFlags(context.flags)]
-                                              [context.currentLine & 1u][0]),
-              identity(kernel.Tables().identity) {}
+                                              [context.currentLine & 1u][0]) {}
         BayerKernel<Output> kernel;
         LineWriter<Output> out0;
         LineWriter<Output> out1;
         const unsigned char* top;
         uint32_t stride;
         int layout;
-        bool identity;
+
+        // Output line 0 or 1 of the pair for the vector row.
+        RowOutput Vector(int line) const {
+            const LineWriter<Output>& out = line == 0 ? out0 : out1;
+            return MakeRowOutput<Output>(out.Line(), out.PlaneSize(), kernel.Tables());
+        }
     };
 
-    // The vector rows read 8-bit samples as they are and shift 16-bit ones; a shifted
-    // 8-bit mosaic (never built) keeps to the reference loops.
-    template <bool kShifted>
-    static constexpr bool kVectorRows =
-#if defined(ZN_HAS_SSE2_ROWS)
-        !(std::is_same_v<Sample, unsigned char> && kShifted);
-#else
-        false;
-#endif
+    // The block method reads no line outside its pair.
+    BayerLines Lines(const Pair& pair, bool neighbourhood) const {
+        const std::size_t stride = pair.stride;
+        const unsigned char* bottom = pair.top + stride;
+        return {neighbourhood ? pair.top - stride : pair.top,
+                pair.top,
+                bottom,
+                neighbourhood ? bottom + stride : bottom,
+                mSourceShift,
+                std::is_same_v<Sample, unsigned short>};
+    }
 
     template <bool kShifted>
     void BlockPair(const Pair& pair, uint32_t width) const {
@@ -224,19 +229,8 @@ private:
         using Row = BayerDetail::BayerRow<Sample, kShifted>;
         const Row top(pair.top, mSourceShift);
         const Row bottom(pair.top + pair.stride, mSourceShift);
-        uint32_t done = 0;
-#if defined(ZN_HAS_SSE2_ROWS)
-        if constexpr (kVectorRows<kShifted>) {
-            using VectorRow = BayerDetail::VectorRow<Sample>;
-            const VectorRow vTop(pair.top, mSourceShift);
-            const VectorRow vBottom(pair.top + pair.stride, mSourceShift);
-            const auto& tables = pair.kernel.Tables();
-            done = pair.identity ? BayerDetail::BlockPairRowsVector<Layout, false>(
-                                       vTop, vBottom, tables, pair.out0, pair.out1, width)
-                                 : BayerDetail::BlockPairRowsVector<Layout, true>(
-                                       vTop, vBottom, tables, pair.out0, pair.out1, width);
-        }
-#endif
+        const uint32_t done = BayerVectorRow(BayerMethod::kBlock, Layout, Lines(pair, false),
+                                             pair.Vector(0), pair.Vector(1), width);
         BayerDetail::BlockPairRows<Layout>(top, bottom, pair.kernel, pair.out0, pair.out1, done,
                                            width);
     }
@@ -266,24 +260,9 @@ private:
         const Row top(pair.top, mSourceShift);
         const Row bottom(pair.top + pair.stride, mSourceShift);
         const Row below(pair.top + 2 * static_cast<std::size_t>(pair.stride), mSourceShift);
-        uint32_t done = 0;
-#if defined(ZN_HAS_SSE2_ROWS)
-        if constexpr (kVectorRows<kShifted>) {
-            using VectorRow = BayerDetail::VectorRow<Sample>;
-            const VectorRow vAbove(pair.top - pair.stride, mSourceShift);
-            const VectorRow vTop(pair.top, mSourceShift);
-            const VectorRow vBottom(pair.top + pair.stride, mSourceShift);
-            const VectorRow vBelow(pair.top + 2 * static_cast<std::size_t>(pair.stride),
-                                   mSourceShift);
-            const auto& tables = pair.kernel.Tables();
-            const uint32_t steps = (width - 2) >> 1;
-            done = pair.identity
-                       ? BayerDetail::NeighbourhoodInteriorVector<Layout, false>(
-                             vAbove, vTop, vBottom, vBelow, tables, pair.out0, pair.out1, steps)
-                       : BayerDetail::NeighbourhoodInteriorVector<Layout, true>(
-                             vAbove, vTop, vBottom, vBelow, tables, pair.out0, pair.out1, steps);
-        }
-#endif
+        const uint32_t done =
+            BayerVectorRow(BayerMethod::kNeighbourhoodInner, Layout, Lines(pair, true),
+                           pair.Vector(0), pair.Vector(1), (width - 2) >> 1);
         BayerDetail::NeighbourhoodPairRows<Layout>(above, top, bottom, below, pair.kernel,
                                                    pair.out0, pair.out1, done, width);
     }

@@ -24,7 +24,7 @@ using V32 = hn::Vec<D32>;
 // Byte 0 holds the low bits and is skipped; bytes 1, 2, 3 are B, G, R.
 struct Bgr10V1 {
     const uint8_t* line;
-    void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
+    HWY_INLINE void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
         V8 low;
         hn::LoadInterleaved4(d, line + 4 * i, low, b, g, r);
     }
@@ -41,7 +41,7 @@ struct Bgr10V2 {
         const V16 second = hn::ConcatEven(dw, hn::BitCast(dw, w[3]), hn::BitCast(dw, w[2]));
         return LowBytes(d, first, second);
     }
-    void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
+    HWY_INLINE void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
         const D32 dq;
         const uint32_t* p = reinterpret_cast<const uint32_t*>(line) + i;
         V32 words[4], red[4], green[4], blue[4];
@@ -76,7 +76,7 @@ struct Planes {
                             hn::ShiftRightSame(hn::LoadU(dw, p + hn::Lanes(dw)), count));
         }
     }
-    void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
+    HWY_INLINE void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
         r = Channel(d, line, i);
         g = Channel(d, line + planeSize, i);
         b = Channel(d, line + 2 * planeSize, i);

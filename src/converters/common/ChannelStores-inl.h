@@ -138,31 +138,31 @@ struct ColourStore;
 
 template <>
 struct ColourStore<OutputKind::kRGB24> {
-    static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
+    HWY_INLINE static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
         hn::StoreInterleaved3(r, g, b, d, out.line + 3 * i);
     }
 };
 template <>
 struct ColourStore<OutputKind::kBGR24> {
-    static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
+    HWY_INLINE static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
         hn::StoreInterleaved3(b, g, r, d, out.line + 3 * i);
     }
 };
 template <>
 struct ColourStore<OutputKind::kRGB32> {
-    static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
+    HWY_INLINE static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
         hn::StoreInterleaved4(r, g, b, hn::Set(d, 0xFF), d, out.line + 4 * i);
     }
 };
 template <>
 struct ColourStore<OutputKind::kBGR32> {
-    static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
+    HWY_INLINE static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
         hn::StoreInterleaved4(b, g, r, hn::Set(d, 0xFF), d, out.line + 4 * i);
     }
 };
 template <>
 struct ColourStore<OutputKind::kPlanar24> {
-    static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
+    HWY_INLINE static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
         const size_t plane = out.planeSize;
         hn::StoreU(r, d, out.line + i);
         hn::StoreU(g, d, out.line + plane + i);
@@ -172,7 +172,7 @@ struct ColourStore<OutputKind::kPlanar24> {
 // 5:6:5, red in the high bits: high byte rrrrrggg, low byte gggbbbbb.
 template <>
 struct ColourStore<OutputKind::kRGB16> {
-    static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
+    HWY_INLINE static void Put(D8 d, const RowOutput& out, size_t i, V8 r, V8 g, V8 b) {
         const V8 high = hn::Or(hn::And(r, hn::Set(d, 0xF8)), hn::ShiftRight<5>(g));
         const V8 low = hn::Or(hn::ShiftLeft<3>(hn::And(g, hn::Set(d, 0x1C))), hn::ShiftRight<3>(b));
         StoreWords(d, low, high, out.line + 2 * i);
@@ -182,19 +182,19 @@ struct ColourStore<OutputKind::kRGB16> {
 template <OutputKind Kind>
 struct GrayStore {
     // Colour outputs take the gray value in every channel.
-    static void Put(D8 d, const RowOutput& out, size_t i, V8 v) {
+    HWY_INLINE static void Put(D8 d, const RowOutput& out, size_t i, V8 v) {
         ColourStore<Kind>::Put(d, out, i, v, v, v);
     }
 };
 template <>
 struct GrayStore<OutputKind::kGray8> {
-    static void Put(D8 d, const RowOutput& out, size_t i, V8 v) { hn::StoreU(v, d, out.line + i); }
+    HWY_INLINE static void Put(D8 d, const RowOutput& out, size_t i, V8 v) { hn::StoreU(v, d, out.line + i); }
 };
 
 // Deeper gray: the 8-bit value shifted up by Shift in a 16-bit word.
 template <int Shift>
 struct GrayWordStore {
-    static void Put(D8 d, const RowOutput& out, size_t i, V8 v) {
+    HWY_INLINE static void Put(D8 d, const RowOutput& out, size_t i, V8 v) {
         if constexpr (Shift == 8) {
             StoreWords(d, hn::Zero(d), v, out.line + 2 * i);
         } else {
@@ -216,8 +216,11 @@ struct GrayStore<OutputKind::kGray16> : GrayWordStore<8> {};
 //   colour: void Decode(D8, size_t i, V8& r, V8& g, V8& b) const;   pixels i .. i + N - 1
 //   gray:   V8 Decode(D8, size_t i) const;
 
+// `second`, when given, is a second line that takes the same pixels (the two lines of a
+// Bayer block pair).
 template <OutputKind Kind, bool kFiltered, class Decoder>
-uint32_t ColourLoop(const Decoder& decoder, const RowOutput& out, uint32_t width) {
+uint32_t ColourLoop(const Decoder& decoder, const RowOutput& out, const RowOutput* second,
+                    uint32_t width) {
     const D8 d;
     const size_t n = hn::Lanes(d);
     size_t i = 0;
@@ -228,26 +231,30 @@ uint32_t ColourLoop(const Decoder& decoder, const RowOutput& out, uint32_t width
             decoder.Decode(d, i, r, g, b);
             tables.Apply(d, r, g, b);
             ColourStore<Kind>::Put(d, out, i, r, g, b);
+            if (second != nullptr) ColourStore<Kind>::Put(d, *second, i, r, g, b);
         }
     } else {
         for (; i + n <= width; i += n) {
             V8 r, g, b;
             decoder.Decode(d, i, r, g, b);
             ColourStore<Kind>::Put(d, out, i, r, g, b);
+            if (second != nullptr) ColourStore<Kind>::Put(d, *second, i, r, g, b);
         }
     }
     return static_cast<uint32_t>(i);
 }
 
-// The converted prefix of a line of colour pixels, for any colour output and filter.
+// The converted prefix of a line of colour pixels (and of `second`, unless null), for any
+// colour output and filter.
 template <class Decoder>
-uint32_t ColourRow(const Decoder& decoder, const RowOutput& out, uint32_t width) {
+uint32_t ColourRows(const Decoder& decoder, const RowOutput& out, const RowOutput* second,
+                    uint32_t width) {
     {
         const bool filtered = out.filter != nullptr;
-#define ZN_COLOUR_CASE(kind)                                                      \
-    case OutputKind::kind:                                                        \
-        return filtered ? ColourLoop<OutputKind::kind, true>(decoder, out, width) \
-                        : ColourLoop<OutputKind::kind, false>(decoder, out, width);
+#define ZN_COLOUR_CASE(kind)                                                              \
+    case OutputKind::kind:                                                                \
+        return filtered ? ColourLoop<OutputKind::kind, true>(decoder, out, second, width) \
+                        : ColourLoop<OutputKind::kind, false>(decoder, out, second, width);
         switch (out.kind) {
             ZN_COLOUR_CASE(kRGB16)
             ZN_COLOUR_CASE(kRGB24)
@@ -260,6 +267,11 @@ uint32_t ColourRow(const Decoder& decoder, const RowOutput& out, uint32_t width)
         }
 #undef ZN_COLOUR_CASE
     }
+}
+
+template <class Decoder>
+uint32_t ColourRow(const Decoder& decoder, const RowOutput& out, uint32_t width) {
+    return ColourRows(decoder, out, nullptr, width);
 }
 
 template <OutputKind Kind, class Decoder>

@@ -50,6 +50,29 @@ struct RowOutput {
     const FilterTables8* filter;  // null: identity, no look-ups
 };
 
+// Bytes a pixel takes in its line (in each plane, for planar output).
+constexpr uint32_t PixelBytes(OutputKind kind) {
+    switch (kind) {
+        case OutputKind::kRGB24:
+        case OutputKind::kBGR24:
+            return 3;
+        case OutputKind::kRGB32:
+        case OutputKind::kBGR32:
+            return 4;
+        case OutputKind::kPlanar24:
+        case OutputKind::kGray8:
+            return 1;
+        default:
+            return 2;
+    }
+}
+
+// The same output from pixel `pixels` on.
+inline RowOutput Advance(RowOutput out, uint32_t pixels) {
+    out.line += static_cast<std::size_t>(PixelBytes(out.kind)) * pixels;
+    return out;
+}
+
 // A line's output for a vector row: the conversion's filter unless it is the identity.
 template <class Output>
 RowOutput MakeRowOutput(unsigned char* line, uint32_t planeSize, const FilterTables8& tables) {

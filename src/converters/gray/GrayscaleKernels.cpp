@@ -22,7 +22,7 @@ using V16 = hn::Vec<D16>;
 struct Gray8 {
     const uint8_t* line;
     int shift;
-    V8 Decode(D8 d, size_t i) const {
+    HWY_INLINE V8 Decode(D8 d, size_t i) const {
         if (shift >= 8) return hn::Zero(d);
         return hn::ShiftRightSame(hn::LoadU(d, line + i), shift);
     }
@@ -31,7 +31,7 @@ struct Gray8 {
 struct Gray16 {
     const uint8_t* line;
     int shift;
-    V8 Decode(D8 d, size_t i) const {
+    HWY_INLINE V8 Decode(D8 d, size_t i) const {
         const D16 dw;
         const uint16_t* p = reinterpret_cast<const uint16_t*>(line) + i;
         return LowBytes(d, hn::ShiftRightSame(hn::LoadU(dw, p), shift),
@@ -42,7 +42,7 @@ struct Gray16 {
 // (s + 128) mod 256 is the top bit flipped.
 struct Signed8 {
     const uint8_t* line;
-    V8 Decode(D8 d, size_t i) const { return hn::Xor(hn::LoadU(d, line + i), hn::Set(d, 0x80)); }
+    HWY_INLINE V8 Decode(D8 d, size_t i) const { return hn::Xor(hn::LoadU(d, line + i), hn::Set(d, 0x80)); }
 };
 
 // Pair decoders: the first and second pixels of groups k .. k + N - 1.

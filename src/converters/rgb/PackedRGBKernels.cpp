@@ -24,7 +24,7 @@ using V16 = hn::Vec<D16>;
 template <size_t Bytes, size_t R, size_t G, size_t B>
 struct ByteChannels {
     const uint8_t* line;
-    void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
+    HWY_INLINE void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
         V8 c[4];
         if constexpr (Bytes == 3) {
             hn::LoadInterleaved3(d, line + 3 * i, c[0], c[1], c[2]);
@@ -49,7 +49,7 @@ struct WordChannels {
         }
         for (size_t k = 0; k < Words; ++k) c[k] = hn::ShiftRightSame(c[k], static_cast<int>(shift));
     }
-    void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
+    HWY_INLINE void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
         const D16 dw;
         const uint16_t* p = reinterpret_cast<const uint16_t*>(line) + Words * i;
         V16 lo[4], hi[4];
@@ -64,7 +64,7 @@ struct WordChannels {
 // 5:6:5 little-endian words, red high; each field in the high bits of its byte.
 struct Rgb565 {
     const uint8_t* line;
-    void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
+    HWY_INLINE void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
         const D16 dw;
         const uint16_t* p = reinterpret_cast<const uint16_t*>(line) + i;
         const V16 lo = hn::LoadU(dw, p);

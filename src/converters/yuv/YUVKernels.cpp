@@ -135,7 +135,7 @@ HWY_INLINE void Matrix(V8 y, V8 u, V8 v, V8& r, V8& g, V8& b) {
 template <class Samples>
 struct Decoder {
     Samples samples;
-    void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
+    HWY_INLINE void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
         V8 y, u, v;
         samples.Load(d, i, y, u, v);
         Matrix(y, u, v, r, g, b);
@@ -164,7 +164,7 @@ struct Groups422 {
         first = Pixel(ByteOf<Y0>(x), chroma);
         second = Pixel(ByteOf<Y1>(x), chroma);
     }
-    void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
+    HWY_INLINE void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
         Colour32 a0, a1, b0, b1;
         Half(hn::LoadU(d, line + 2 * i), a0, a1);
         Half(hn::LoadU(d, line + 2 * i + hn::Lanes(d)), b0, b1);
@@ -182,7 +182,7 @@ struct WordGroups {
     V16 Eight(D16 dw, const uint16_t* p) const {
         return hn::Min(hn::ShiftRightSame(hn::LoadU(dw, p), shift), hn::Set(dw, 255));
     }
-    void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
+    HWY_INLINE void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
         const D16 dw;
         const size_t n = hn::Lanes(dw);
         const uint16_t* p = reinterpret_cast<const uint16_t*>(line) + 2 * i;

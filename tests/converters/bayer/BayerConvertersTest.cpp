@@ -8,7 +8,6 @@
 #include "ZnConvertersLib/RGBFilter.h"
 #include "ZnConvertersLib/Types.h"
 #include "converters/bayer/BayerConverters.h"
-#include "converters/bayer/BayerRowsSSE2.h"
 #include "support/ConverterTestSupport.h"
 
 using namespace ZnConvertersLib;
@@ -509,87 +508,6 @@ TYPED_TEST(BayerOutputs, FilterTablesApplyPerChannel) {
             << (neighbourhood ? "neighbourhood" : "block");
     }
 }
-
-#if defined(ZN_HAS_SSE2_ROWS)
-
-// The vector rows against the reference loops on the same random lines: every layout,
-// both sample types, with and without filter look-ups, widths with and without a tail.
-template <class Output, class Sample, int Layout, bool kFiltered>
-void CompareVectorRows(uint32_t width, const RGBFilter& filter, unsigned seed) {
-    using namespace BayerDetail;
-    const uint32_t shift = sizeof(Sample) == 2 ? 4 : 0;
-    // Four lines of `width` samples after two leading samples (read for pixel 0).
-    const Mosaic m = RandomMosaic(width, 4, sizeof(Sample) == 2 ? 0xFFFF : 255, seed);
-    Bytes bytes(2 * sizeof(Sample), 7);
-    const Bytes lines = m.SourceBytes<Sample>();
-    bytes.insert(bytes.end(), lines.begin(), lines.end());
-    const unsigned char* line[4];
-    for (int k = 0; k < 4; ++k) line[k] = bytes.data() + (2 + k * width) * sizeof(Sample);
-
-    ConversionContext context{};
-    context.filter = &filter;
-    context.destinationStride = width * Output::kPixelSize;
-    context.destinationHeight = 2;
-    const BayerKernel<Output> kernel(context);
-    const size_t size =
-        static_cast<size_t>(context.destinationStride) * 2 * (Output::kIsPlanar ? 3 : 1);
-
-    using Row = BayerRow<Sample, sizeof(Sample) == 2>;
-    const Row rows[4] = {{line[0], shift}, {line[1], shift}, {line[2], shift}, {line[3], shift}};
-    const VectorRow<Sample> vectors[4] = {
-        {line[0], shift}, {line[1], shift}, {line[2], shift}, {line[3], shift}};
-
-    for (const bool neighbourhood : {false, true}) {
-        Bytes reference(size, kSentinel), vector(size, kSentinel);
-        const LineWriter<Output> r0(reference.data(), context),
-            r1(reference.data() + context.destinationStride, context);
-        const LineWriter<Output> v0(vector.data(), context),
-            v1(vector.data() + context.destinationStride, context);
-        uint32_t done;
-        if (neighbourhood) {
-            NeighbourhoodPairRows<Layout>(rows[0], rows[1], rows[2], rows[3], kernel, r0, r1, 0,
-                                          width);
-            done = NeighbourhoodInterior_SSE2<Layout, kFiltered>(vectors[0], vectors[1], vectors[2],
-                                                                 vectors[3], kernel.Tables(), v0,
-                                                                 v1, (width - 2) >> 1);
-            NeighbourhoodPairRows<Layout>(rows[0], rows[1], rows[2], rows[3], kernel, v0, v1, done,
-                                          width);
-        } else {
-            BlockPairRows<Layout>(rows[1], rows[2], kernel, r0, r1, 0, width);
-            done = BlockPairRows_SSE2<Layout, kFiltered>(vectors[1], vectors[2], kernel.Tables(),
-                                                         v0, v1, width);
-            BlockPairRows<Layout>(rows[1], rows[2], kernel, v0, v1, done, width);
-        }
-        EXPECT_GT(done, 0u);
-        EXPECT_EQ(vector, reference)
-            << "layout " << Layout << " width " << width << " sample " << sizeof(Sample)
-            << (neighbourhood ? " neighbourhood" : " block");
-    }
-}
-
-template <class Output, class Sample, bool kFiltered>
-void CompareVectorRowsForAllLayouts(const RGBFilter& filter) {
-    unsigned seed = 100;
-    for (const uint32_t width : {32u, 33u, 64u, 81u, 130u}) {
-        CompareVectorRows<Output, Sample, 0, kFiltered>(width, filter, ++seed);
-        CompareVectorRows<Output, Sample, 1, kFiltered>(width, filter, ++seed);
-        CompareVectorRows<Output, Sample, 2, kFiltered>(width, filter, ++seed);
-        CompareVectorRows<Output, Sample, 3, kFiltered>(width, filter, ++seed);
-    }
-}
-
-TYPED_TEST(BayerOutputs, VectorRowsGiveTheReferenceBytes) {
-    const RGBFilter identity(8);
-    RGBFilter filter(8);
-    for (uint32_t i = 0; i < 256; ++i)
-        filter.SetBlueValue(i, static_cast<unsigned short>(i / 3), false);
-    CompareVectorRowsForAllLayouts<TypeParam, unsigned char, false>(identity);
-    CompareVectorRowsForAllLayouts<TypeParam, unsigned short, false>(identity);
-    CompareVectorRowsForAllLayouts<TypeParam, unsigned char, true>(filter);
-    CompareVectorRowsForAllLayouts<TypeParam, unsigned short, true>(filter);
-}
-
-#endif
 
 TEST(BayerConverter, ReportsTwoLinesPerCallAndKeepsItsShift) {
     const BayerTo<unsigned short, OutputRGB24> converter(0x70F01, 0x70F02, 2, 3, 4);
