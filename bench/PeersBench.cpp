@@ -1,0 +1,317 @@
+// The conversions users compare us on, beside the libraries they would otherwise pick
+// (libyuv, OpenCV) and a memcpy of the destination bytes, in one run, one thread,
+// 1920x1080. Repetitions of every variant are interleaved so that a noisy neighbour
+// slows all of them alike; the table printed at the end gives medians and the ratio of
+// ours to the fastest peer.
+//
+//   bench_PeersBench [--quick] [--markdown] [benchmark flags]
+//
+// Peers use their own colour matrices and rounding: the comparison is of speed, not
+// bytes. Built only where libyuv and OpenCV are installed.
+
+#include <benchmark/benchmark.h>
+#include <libyuv.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "ZnConvertersLib/PixelConverter.h"
+#include "ZnConvertersLib/PixelTypeFactory.h"
+
+using namespace ZnConvertersLib;
+
+namespace {
+
+constexpr uint32_t kWidth = 1920;
+constexpr uint32_t kHeight = 1080;
+constexpr int kW = static_cast<int>(kWidth);
+constexpr int kH = static_cast<int>(kHeight);
+
+using Peer = std::function<void(const uint8_t* source, uint8_t* destination)>;
+
+struct Row {
+    const char* name;
+    int64 from;
+    int64 to;
+    uint32_t flags;
+    Peer libyuv;  // empty: no comparable conversion
+    Peer opencv;
+    uint32_t sampleMask = 0xFF;  // keeps deep samples within their depth
+};
+
+cv::Mat Frame(const uint8_t* data, int type) {
+    return cv::Mat(kH, kW, type, const_cast<uint8_t*>(data));
+}
+Peer CvtColor(int sourceType, int destinationType, int code) {
+    return [=](const uint8_t* source, uint8_t* destination) {
+        cv::Mat out(kH, kW, destinationType, destination);
+        cv::cvtColor(Frame(source, sourceType), out, code);
+    };
+}
+
+const std::vector<Row>& Rows() {
+    static const std::vector<Row> rows = {
+        {"YUYV -> BGR32", 0x40001, 0x20007, 0,
+         [](const uint8_t* s, uint8_t* d) { libyuv::YUY2ToARGB(s, 2 * kW, d, 4 * kW, kW, kH); },
+         CvtColor(CV_8UC2, CV_8UC4, cv::COLOR_YUV2BGRA_YUY2)},
+        {"UYVY -> RGB24",
+         0x40008,
+         0x20002,
+         0,
+         {},
+         CvtColor(CV_8UC2, CV_8UC3, cv::COLOR_YUV2RGB_UYVY)},
+        {"RGB24 -> BGR32", 0x20002, 0x20007, 0,
+         [](const uint8_t* s, uint8_t* d) { libyuv::RAWToARGB(s, 3 * kW, d, 4 * kW, kW, kH); },
+         CvtColor(CV_8UC3, CV_8UC4, cv::COLOR_RGB2BGRA)},
+        {"BGR32 -> RGB24", 0x20007, 0x420002, 0,
+         [](const uint8_t* s, uint8_t* d) { libyuv::ARGBToRAW(s, 4 * kW, d, 3 * kW, kW, kH); },
+         CvtColor(CV_8UC4, CV_8UC3, cv::COLOR_BGRA2RGB)},
+        {"Gray8 -> BGR32", 0x10001, 0x20007, 0,
+         [](const uint8_t* s, uint8_t* d) { libyuv::J400ToARGB(s, kW, d, 4 * kW, kW, kH); },
+         CvtColor(CV_8UC1, CV_8UC4, cv::COLOR_GRAY2BGRA)},
+        {"Gray12 -> Gray8",
+         0x10003,
+         0x10001,
+         0,
+         [](const uint8_t* s, uint8_t* d) {
+             libyuv::Convert16To8Plane(reinterpret_cast<const uint16_t*>(s), kW, d, kW, 4096, kW,
+                                       kH);
+         },
+         {},
+         0xFFF},
+        {"Bayer8 bilinear -> RGB24",
+         0x20010,
+         0x20002,
+         0x110,
+         {},
+         CvtColor(CV_8UC1, CV_8UC3, cv::COLOR_BayerGR2RGB)},
+        {"Bayer8 bilinear -> BGR32",
+         0x20010,
+         0x20007,
+         0x110,
+         {},
+         CvtColor(CV_8UC1, CV_8UC4, cv::COLOR_BayerGR2BGRA)},
+        {"Bayer8 block -> RGB24", 0x20010, 0x420002, 0x10, {}, {}},
+        {"Bayer12 bilinear -> RGB24", 0x20012, 0x420002, 0x110, {}, {}, 0xFFF},
+        {"BGR24 -> RGB565",
+         0x20006,
+         0x20001,
+         0,
+         {},
+         CvtColor(CV_8UC3, CV_8UC2, cv::COLOR_BGR2BGR565)},
+        {"RGB565 -> BGR32", 0x20001, 0x20007, 0,
+         [](const uint8_t* s, uint8_t* d) { libyuv::RGB565ToARGB(s, 2 * kW, d, 4 * kW, kW, kH); },
+         CvtColor(CV_8UC2, CV_8UC4, cv::COLOR_BGR5652BGRA)},
+        {"RGB64 -> BGR32",
+         0x20005,
+         0x20007,
+         0,
+         [](const uint8_t* s, uint8_t* d) {
+             libyuv::AR64ToARGB(reinterpret_cast<const uint16_t*>(s), 4 * kW, d, 4 * kW, kW, kH);
+         },
+         {},
+         0x3FF},
+        {"RGB24 -> planar RGB",
+         0x20002,
+         0x820002,
+         0,
+         [](const uint8_t* s, uint8_t* d) {
+             const size_t plane = static_cast<size_t>(kW) * kH;
+             libyuv::SplitRGBPlane(s, 3 * kW, d, kW, d + plane, kW, d + 2 * plane, kW, kW, kH);
+         },
+         {}},
+        {"Gray10 GEV packed -> BGR32", 0x10008, 0x20007, 0, {}, {}},
+        {"BGR10 packed V2 -> RGB24", 0x20045, 0x420002, 0, {}, {}},
+    };
+    return rows;
+}
+
+// One row's buffers, shared by its variants.
+struct Frames {
+    std::vector<uint8_t> source;
+    std::vector<uint8_t> destination;
+    std::vector<uint8_t> copy;
+};
+
+Frames& FramesOf(const Row& row) {
+    static std::map<const Row*, Frames> frames;
+    Frames& f = frames[&row];
+    if (f.source.empty()) {
+        if (!PixelTypeFactory::HasConverter(row.from, row.to)) {
+            std::fprintf(stderr, "no converter for %s\n", row.name);
+            std::exit(1);
+        }
+        const PixelConverter& converter = PixelTypeFactory::GetConverter(row.from, row.to);
+        // Room for the documented overruns of some kernels past the frame.
+        const size_t sourceBytes =
+            static_cast<size_t>(converter.GetSourceLineSize(kWidth)) * (kHeight + 2);
+        const size_t destinationBytes =
+            static_cast<size_t>(converter.GetDestinationPixelSize()) * kWidth * (kHeight + 2);
+        std::mt19937 rng(7);
+        f.source.resize(sourceBytes);
+        if (row.sampleMask > 0xFF) {
+            for (size_t i = 0; i + 1 < sourceBytes; i += 2) {
+                const uint32_t v = rng() & row.sampleMask;
+                f.source[i] = static_cast<uint8_t>(v);
+                f.source[i + 1] = static_cast<uint8_t>(v >> 8);
+            }
+        } else {
+            for (auto& b : f.source) b = static_cast<uint8_t>(rng());
+        }
+        f.destination.assign(destinationBytes, 0);
+        f.copy.assign(destinationBytes, 0);
+    }
+    return f;
+}
+
+void SetRate(benchmark::State& state) {
+    state.counters["MPix/s"] =
+        benchmark::Counter(static_cast<double>(state.iterations()) * kWidth * kHeight / 1e6,
+                           benchmark::Counter::kIsRate);
+}
+
+void Ours(benchmark::State& state, const Row* row) {
+    const PixelConverter& converter = PixelTypeFactory::GetConverter(row->from, row->to);
+    Frames& f = FramesOf(*row);
+    for (auto _ : state) {
+        converter.Convert(f.source.data(), kWidth, kHeight, f.destination.data(), kWidth, kHeight,
+                          kWidth, kHeight, row->flags, 0, nullptr, nullptr, 0);
+        benchmark::ClobberMemory();
+    }
+    SetRate(state);
+}
+
+void RunPeer(benchmark::State& state, const Row* row, const Peer* peer) {
+    cv::setNumThreads(1);
+    Frames& f = FramesOf(*row);
+    for (auto _ : state) {
+        (*peer)(f.source.data(), f.destination.data());
+        benchmark::ClobberMemory();
+    }
+    SetRate(state);
+}
+
+// The floor every row is held to: writing the destination frame.
+void Memcpy(benchmark::State& state, const Row* row) {
+    Frames& f = FramesOf(*row);
+    const size_t bytes = f.destination.size() / (kHeight + 2) * kHeight;
+    for (auto _ : state) {
+        std::memcpy(f.destination.data(), f.copy.data(), bytes);
+        benchmark::ClobberMemory();
+    }
+    SetRate(state);
+}
+
+// Collects the median time of every variant while the console reporter prints as usual.
+class TableReporter : public benchmark::ConsoleReporter {
+public:
+    void ReportRuns(const std::vector<Run>& runs) override {
+        ConsoleReporter::ReportRuns(runs);
+        for (const Run& run : runs) {
+            if (run.error_occurred) continue;
+            const std::string name = run.run_name.function_name;
+            if (run.run_type == Run::RT_Aggregate && run.aggregate_name != "median") continue;
+            if (run.run_type == Run::RT_Iteration && run.repetitions > 1) continue;
+            mSeconds[name] = run.GetAdjustedCPUTime() / 1e9;
+        }
+    }
+
+    // MPix/s of row/variant, 0 when not run.
+    double Rate(const std::string& row, const char* variant) const {
+        const auto it = mSeconds.find(row + "/" + variant);
+        return it == mSeconds.end() || it->second <= 0 ? 0 : kWidth * kHeight / it->second / 1e6;
+    }
+
+private:
+    std::map<std::string, double> mSeconds;
+};
+
+void PrintTable(const TableReporter& table, bool markdown) {
+    const char* header[] = {"conversion", "ours", "libyuv", "OpenCV", "memcpy", "ours/best peer"};
+    if (markdown) {
+        std::printf("\n| %s | %s | %s | %s | %s | %s |\n|---|--:|--:|--:|--:|--:|\n", header[0],
+                    header[1], header[2], header[3], header[4], header[5]);
+    } else {
+        std::printf("\n%-28s %9s %9s %9s %9s %15s   (MPix/s)\n", header[0], header[1], header[2],
+                    header[3], header[4], header[5]);
+    }
+    const auto cell = [](double rate) {
+        char text[32];
+        if (rate > 0) {
+            std::snprintf(text, sizeof text, "%.0f", rate);
+        } else {
+            std::snprintf(text, sizeof text, "-");
+        }
+        return std::string(text);
+    };
+    for (const Row& row : Rows()) {
+        const double ours = table.Rate(row.name, "ours");
+        const double libyuv = table.Rate(row.name, "libyuv");
+        const double opencv = table.Rate(row.name, "opencv");
+        const double copy = table.Rate(row.name, "memcpy");
+        if (ours == 0) continue;
+        const double best = std::max(libyuv, opencv);
+        char ratio[32];
+        if (best > 0) {
+            std::snprintf(ratio, sizeof ratio, "%.2f", ours / best);
+        } else {
+            std::snprintf(ratio, sizeof ratio, "%.2f x memcpy", ours / copy);
+        }
+        if (markdown) {
+            std::printf("| %s | %s | %s | %s | %s | %s |\n", row.name, cell(ours).c_str(),
+                        cell(libyuv).c_str(), cell(opencv).c_str(), cell(copy).c_str(), ratio);
+        } else {
+            std::printf("%-28s %9s %9s %9s %9s %15s\n", row.name, cell(ours).c_str(),
+                        cell(libyuv).c_str(), cell(opencv).c_str(), cell(copy).c_str(), ratio);
+        }
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    bool quick = false, markdown = false;
+    std::vector<char*> args;
+    for (int i = 0; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--quick") == 0) {
+            quick = true;
+        } else if (std::strcmp(argv[i], "--markdown") == 0) {
+            markdown = true;
+        } else {
+            args.push_back(argv[i]);
+        }
+    }
+    std::string repetitions = quick ? "--benchmark_repetitions=2" : "--benchmark_repetitions=5";
+    std::string minTime = quick ? "--benchmark_min_time=0.05" : "--benchmark_min_time=0.2";
+    std::string interleave = "--benchmark_enable_random_interleaving=true";
+    std::string aggregates = "--benchmark_report_aggregates_only=true";
+    args.insert(args.begin() + 1,
+                {repetitions.data(), minTime.data(), interleave.data(), aggregates.data()});
+    int count = static_cast<int>(args.size());
+    benchmark::Initialize(&count, args.data());
+
+    for (const Row& row : Rows()) {
+        const std::string name = row.name;
+        benchmark::RegisterBenchmark((name + "/ours").c_str(), Ours, &row);
+        if (row.libyuv)
+            benchmark::RegisterBenchmark((name + "/libyuv").c_str(), RunPeer, &row, &row.libyuv);
+        if (row.opencv)
+            benchmark::RegisterBenchmark((name + "/opencv").c_str(), RunPeer, &row, &row.opencv);
+        benchmark::RegisterBenchmark((name + "/memcpy").c_str(), Memcpy, &row);
+    }
+    TableReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    PrintTable(reporter, markdown);
+    benchmark::Shutdown();
+    return 0;
+}
