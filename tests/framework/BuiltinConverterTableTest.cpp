@@ -21,16 +21,6 @@ namespace {
 
 using Pair = std::pair<int64, int64>;
 
-Pair PairOf(const PixelConverter& converter) {
-    return {converter.GetSourceTypeID(), converter.GetDestinationTypeID()};
-}
-
-const BuiltinConverterList& Builtins() {
-    const BuiltinConverterList* list = GetBuiltinConverters();
-    EXPECT_NE(list, nullptr);
-    return *list;
-}
-
 template <class T>
 const T* As(int64 from, int64 to) {
     return dynamic_cast<const T*>(PixelTypeFactory::FindConverter(from, to));
@@ -38,49 +28,35 @@ const T* As(int64 from, int64 to) {
 
 constexpr int64 kColourOutputs[] = {0x20001, 0x420002, 0x420006, 0x20003, 0x20007, 0x820002};
 
-}  // namespace
-
-// Runs first: nothing in this program registers anything of its own.
-TEST(BuiltinConverterTable, LoadBuildsEveryObjectAndRegistersEachFreePair) {
-    const BuiltinConverterList& list = Builtins();
-    ASSERT_EQ(list.Count(), 918u);
-    size_t chained = 0;
-    std::set<Pair> pairs;
-    size_t unregistered = 0;
-    for (size_t i = 0; i < list.Count(); ++i) {
-        const PixelConverter& converter = list.At(i);
-        if (dynamic_cast<const ComplexConverter*>(&converter)) ++chained;
-        pairs.insert(PairOf(converter));
-        if (PixelTypeFactory::FindConverter(PairOf(converter).first, PairOf(converter).second) !=
-            &converter) {
-            ++unregistered;
+// Runs first: nothing in this program registers anything of its own. A pair listed again
+// keeps its first object, as do pairs the registered types' identity copies hold.
+TEST(BuiltinConverterTable, LoadBuildsEveryObjectAndRegistersTheFirstForEachFreePair) {
+    const BuiltinConverterList* list = GetBuiltinConverters();
+    ASSERT_NE(list, nullptr);
+    ASSERT_EQ(list->Count(), 918u);
+    std::map<Pair, const PixelConverter*> first;
+    size_t chained = 0, repeats = 0, heldByCopies = 0;
+    for (size_t i = 0; i < list->Count(); ++i) {
+        const PixelConverter& converter = list->At(i);
+        const Pair pair{converter.GetSourceTypeID(), converter.GetDestinationTypeID()};
+        SCOPED_TRACE(testing::Message() << std::hex << pair.first << " -> " << pair.second);
+        chained += dynamic_cast<const ComplexConverter*>(&converter) != nullptr;
+        const PixelConverter* registered = PixelTypeFactory::FindConverter(pair.first, pair.second);
+        const auto inserted = first.emplace(pair, &converter);
+        if (!inserted.second) {
+            ++repeats;
+            EXPECT_EQ(registered, inserted.first->second);
+        } else if (registered != &converter) {
+            ++heldByCopies;
+            EXPECT_NE(dynamic_cast<const IdentityConverter*>(registered), nullptr);
         }
     }
     EXPECT_EQ(chained, 228u);
-    EXPECT_EQ(list.Count() - chained, 690u);
-    EXPECT_EQ(pairs.size(), 901u);
-    EXPECT_EQ(unregistered, 17u + 5u);  // repeated pairs, and pairs held by identity copies
-    EXPECT_EQ(PixelTypeFactory::CountRegisteredConverters(), 1074u);
-}
-
-TEST(BuiltinConverterTable, RepeatedPairsKeepTheFirstObject) {
-    const BuiltinConverterList& list = Builtins();
-    std::map<Pair, const PixelConverter*> first;
-    size_t repeats = 0;
-    for (size_t i = 0; i < list.Count(); ++i) {
-        const PixelConverter& converter = list.At(i);
-        const auto inserted = first.emplace(PairOf(converter), &converter);
-        if (inserted.second) continue;
-        ++repeats;
-        EXPECT_EQ(
-            PixelTypeFactory::FindConverter(PairOf(converter).first, PairOf(converter).second),
-            inserted.first->second)
-            << std::hex << PairOf(converter).first << " -> " << PairOf(converter).second;
-    }
+    EXPECT_EQ(first.size(), 901u);
     EXPECT_EQ(repeats, 17u);
-}
+    EXPECT_EQ(heldByCopies, 5u);
+    EXPECT_EQ(PixelTypeFactory::CountRegisteredConverters(), 1074u);
 
-TEST(BuiltinConverterTable, PairsOfRegisteredTypesKeepTheirIdentityCopies) {
     for (int64 id : {0x20003, 0x20007, 0x420002, 0x420006, 0x820002}) {
         EXPECT_NE(As<IdentityConverter>(id, id), nullptr) << std::hex << id;
     }
@@ -88,17 +64,26 @@ TEST(BuiltinConverterTable, PairsOfRegisteredTypesKeepTheirIdentityCopies) {
     EXPECT_NE(As<IdentityConverter>(0x640005, 0x440005), nullptr);
 }
 
-TEST(BuiltinConverterTable, UnpackedRGB24ReachesPlanarThroughTheFourBytePixelReader) {
-    const auto* planar = As<RGB32To<OutputPlanar24>>(0x20002, 0x820002);
-    ASSERT_NE(planar, nullptr);
-    EXPECT_EQ(planar->GetSourcePixelSize(), 4u);
-    const auto* rgb = As<RGB24PackedTo<OutputRGB24>>(0x20002, 0x420002);
-    ASSERT_NE(rgb, nullptr);
-    EXPECT_EQ(rgb->GetSourcePixelSize(), 3u);
+TEST(BuiltinConverterTable, PairsExistForTypesLeftUnregisteredButNotForEveryOutput) {
+    for (int64 source : {0x20016, 0x120016, 0x20020, 0x10401}) {
+        EXPECT_FALSE(PixelTypeFactory::HasPixelType(source));
+        for (int64 destination : kColourOutputs) {
+            EXPECT_TRUE(PixelTypeFactory::HasConverter(source, destination)) << std::hex << source;
+        }
+    }
+    // Tapped ten-bit gray has only the byte-ordered colour outputs.
+    for (int64 source : {0x1010002, 0x8110002, 0x4010003}) {
+        for (int64 destination : kColourOutputs) {
+            EXPECT_EQ(PixelTypeFactory::HasConverter(source, destination),
+                      destination != 0x20001 && destination != 0x820002)
+                << std::hex << source << " -> " << destination;
+        }
+    }
+    EXPECT_FALSE(PixelTypeFactory::HasConverter(0x20001, 0x120001));
 }
 
 TEST(BuiltinConverterTable, TapBayerSourcesChainThroughGrayToThePlainBayerDemosaicer) {
-    for (int64 source : {0x1020010, 0x4020011, 0x320011, 0x420012, 0x20041, 0x20040}) {
+    for (int64 source : {0x1020010, 0x4020010, 0x4020011, 0x320011, 0x420012, 0x20041, 0x20040}) {
         for (int64 destination : kColourOutputs) {
             const auto* chain = As<ComplexConverter>(source, destination);
             ASSERT_NE(chain, nullptr) << std::hex << source << " -> " << destination;
@@ -127,108 +112,77 @@ TEST(BuiltinConverterTable, NormalizedQuadTapsChainThroughNormalizedGrayExceptPl
     }
 }
 
-TEST(BuiltinConverterTable, GrayObjectsTakeTapStepsFromTheirSourceAndShiftFromTheirDepth) {
-    const auto* tapped = dynamic_cast<const GrayscaleTo<unsigned short, OutputGrayscale8>*>(
-        &As<ComplexConverter>(0x4020011, 0x20003)->GetFirstStage());
-    ASSERT_NE(tapped, nullptr);
-    EXPECT_EQ(tapped->GetLeftStep(), -1);
-    EXPECT_EQ(tapped->GetRightStep(), 1);
-    EXPECT_EQ(tapped->GetSourceShift(), 2u);
-
-    const auto* plain = As<GrayscaleTo<unsigned short, OutputRGB24>>(0x10002, 0x420002);
-    ASSERT_NE(plain, nullptr);
-    EXPECT_EQ(plain->GetLeftStep(), 0);
-    EXPECT_EQ(plain->GetRightStep(), 0);
-    EXPECT_EQ(plain->GetSourceShift(), 2u);
-
-    struct Shift {
-        int64 source;
-        int64 destination;
-        uint32_t shift;
-    };
-    for (const Shift& s :
-         {Shift{0x110002, 0x10001, 8}, Shift{0x10004, 0x10001, 6}, Shift{0x10005, 0x10001, 8},
-          Shift{0x310003, 0x10001, 8}, Shift{0x210003, 0x10001, 4}}) {
-        const auto* converter =
-            As<GrayscaleTo<unsigned short, OutputGrayscale8>>(s.source, s.destination);
-        ASSERT_NE(converter, nullptr) << std::hex << s.source;
-        EXPECT_EQ(converter->GetSourceShift(), s.shift) << std::hex << s.source;
-    }
-    const auto* packed = As<Grayscale12PackedTo<OutputGrayscale16>>(0x2410003, 0x10005);
-    ASSERT_NE(packed, nullptr);
-    EXPECT_EQ(packed->GetLeftStep(), 1);
-    EXPECT_EQ(packed->GetRightStep(), -1);
-    EXPECT_EQ(packed->GetSourceShift(), 4u);
+// The shift of the object registered for a pair, read through the class it must be of.
+constexpr uint32_t kWrongClass = ~0u;
+template <class T>
+uint32_t ShiftOf(const PixelConverter* converter) {
+    const T* object = dynamic_cast<const T*>(converter);
+    return object ? object->GetSourceShift() : kWrongClass;
 }
 
-TEST(BuiltinConverterTable, BayerObjectsShiftByTheirDepth) {
-    struct Shift {
-        int64 source;
+TEST(BuiltinConverterTable, ObjectsAreOfTheirFamilysClassAndShiftByTheirSourceDepth) {
+    using GrayTo8 = GrayscaleTo<unsigned short, OutputGrayscale8>;
+    using BayerToBGR32 = BayerTo<unsigned short, OutputBGR32>;
+    const struct {
+        int64 from, to;
+        uint32_t (*shiftOf)(const PixelConverter*);
         uint32_t shift;
+    } cases[] = {
+        {0x10002, 0x420002, ShiftOf<GrayscaleTo<unsigned short, OutputRGB24>>, 2},
+        {0x110002, 0x10001, ShiftOf<GrayTo8>, 8},
+        {0x10004, 0x10001, ShiftOf<GrayTo8>, 6},
+        {0x10005, 0x10001, ShiftOf<GrayTo8>, 8},
+        {0x310003, 0x10001, ShiftOf<GrayTo8>, 8},
+        {0x210003, 0x10001, ShiftOf<GrayTo8>, 4},
+        {0x2410003, 0x10005, ShiftOf<Grayscale12PackedTo<OutputGrayscale16>>, 4},
+        {0x20011, 0x20007, ShiftOf<BayerToBGR32>, 2},
+        {0x120011, 0x20007, ShiftOf<BayerToBGR32>, 8},
+        {0x20012, 0x20007, ShiftOf<BayerToBGR32>, 4},
+        {0x20016, 0x20007, ShiftOf<BayerToBGR32>, 6},
+        {0x120016, 0x20007, ShiftOf<BayerToBGR32>, 8},
+        {0x20020, 0x20007, ShiftOf<BayerToBGR32>, 8},
+        {0x12000C, 0x420002, ShiftOf<RGB48To<OutputRGB24>>, 8},
+        {0x20043, 0x420002, ShiftOf<BGR48To<OutputRGB24>>, 4},
+        {0x20009, 0x420002, ShiftOf<RGB64To<OutputRGB24>>, 2},
+        {0x820004, 0x420002, ShiftOf<RGBPlanarTo<unsigned short, OutputRGB24>>, 8},
+        {0x820008, 0x420002, ShiftOf<RGBPlanarTo<unsigned short, OutputRGB24>>, 2},
+        {0x340002, 0x420002, ShiftOf<YUV10To<OutputRGB24>>, 8},
+        {0x240002, 0x420002, ShiftOf<YUV10To<OutputRGB24>>, 2},
     };
-    for (const Shift& s : {Shift{0x20011, 2}, Shift{0x120011, 8}, Shift{0x20012, 4},
-                           Shift{0x20016, 6}, Shift{0x120016, 8}, Shift{0x20020, 8}}) {
-        const auto* bayer = As<BayerTo<unsigned short, OutputBGR32>>(s.source, 0x20007);
-        ASSERT_NE(bayer, nullptr) << std::hex << s.source;
-        EXPECT_EQ(bayer->GetSourceShift(), s.shift) << std::hex << s.source;
-        EXPECT_EQ(bayer->GetLineGranularity(), 2u);
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.shiftOf(PixelTypeFactory::FindConverter(c.from, c.to)), c.shift)
+            << std::hex << c.from << " -> " << c.to;
     }
     EXPECT_NE((As<BayerTo<unsigned char, OutputPlanar24>>(0x20010, 0x820002)), nullptr);
-}
-
-TEST(BuiltinConverterTable, ConvertersExistForTypesLeftUnregistered) {
-    for (int64 source : {0x20016, 0x120016, 0x20020, 0x10401}) {
-        EXPECT_FALSE(PixelTypeFactory::HasPixelType(source));
-        for (int64 destination : kColourOutputs) {
-            EXPECT_TRUE(PixelTypeFactory::HasConverter(source, destination)) << std::hex << source;
-        }
-    }
-}
-
-TEST(BuiltinConverterTable, TappedTenBitGrayHasOnlyTheByteOrderedColourOutputs) {
-    for (int64 source : {0x1010002, 0x8110002, 0x4010003}) {
-        EXPECT_FALSE(PixelTypeFactory::HasConverter(source, 0x20001));
-        EXPECT_FALSE(PixelTypeFactory::HasConverter(source, 0x820002));
-        for (int64 destination : {0x420002, 0x420006, 0x20003, 0x20007}) {
-            EXPECT_TRUE(PixelTypeFactory::HasConverter(source, destination));
-        }
-    }
-}
-
-TEST(BuiltinConverterTable, PerObjectValuesOfRGBAndYUVFamilies) {
-    EXPECT_EQ((As<RGB48To<OutputRGB24>>(0x12000C, 0x420002)->GetSourceShift()), 8u);
-    EXPECT_EQ((As<BGR48To<OutputRGB24>>(0x20043, 0x420002)->GetSourceShift()), 4u);
-    EXPECT_EQ((As<RGB64To<OutputRGB24>>(0x20009, 0x420002)->GetSourceShift()), 2u);
-    EXPECT_EQ((As<RGBPlanarTo<unsigned short, OutputRGB24>>(0x820004, 0x420002)->GetSourceShift()),
-              8u);
-    EXPECT_EQ((As<RGBPlanarTo<unsigned short, OutputRGB24>>(0x820008, 0x420002)->GetSourceShift()),
-              2u);
-    EXPECT_EQ((As<YUV10To<OutputRGB24>>(0x340002, 0x420002)->GetSourceShift()), 8u);
-    EXPECT_EQ((As<YUV10To<OutputRGB24>>(0x240002, 0x420002)->GetSourceShift()), 2u);
     EXPECT_NE((As<RGB16To<OutputPlanar24>>(0x20001, 0x820002)), nullptr);
-    EXPECT_FALSE(PixelTypeFactory::HasConverter(0x20001, 0x20001 + 0x100000));
+    // Unpacked RGB24 reaches planar through the four-byte pixel reader.
+    const auto* planar = As<RGB32To<OutputPlanar24>>(0x20002, 0x820002);
+    ASSERT_NE(planar, nullptr);
+    EXPECT_EQ(planar->GetSourcePixelSize(), 4u);
+    const auto* rgb = As<RGB24PackedTo<OutputRGB24>>(0x20002, 0x420002);
+    ASSERT_NE(rgb, nullptr);
+    EXPECT_EQ(rgb->GetSourcePixelSize(), 3u);
 }
 
-// A whole chained conversion: a dual-tap 8-bit mosaic (left tap inverted) is untangled
-// by the first stage and demosaiced by the second; the result equals demosaicing the
-// untangled mosaic directly.
-TEST(BuiltinConverterTable, ChainedConversionEqualsItsTwoStagesRunByHand) {
-    const uint32_t width = 8, height = 4;
-    std::vector<unsigned char> tapped(width * height);
-    for (size_t i = 0; i < tapped.size(); ++i) tapped[i] = static_cast<unsigned char>(i * 37 + 11);
-    std::vector<unsigned char> untangled(width * height);
-    for (uint32_t y = 0; y < height; ++y) {
-        for (uint32_t k = 0; k < width / 2; ++k) {
-            untangled[y * width + (width / 2 - 1 - k)] = tapped[y * width + 2 * k];
-            untangled[y * width + width / 2 + k] = tapped[y * width + 2 * k + 1];
-        }
+// With the chain and step semantics tested on their own, this makes a tapped mosaic's
+// chain the untangling of its taps followed by the plain demosaicer.
+TEST(BuiltinConverterTable, GrayObjectsTakeTheirTapStepsFromTheirSource) {
+    const PixelConverter* tapped = &As<ComplexConverter>(0x4020011, 0x20003)->GetFirstStage();
+    EXPECT_EQ((ShiftOf<GrayscaleTo<unsigned short, OutputGrayscale8>>(tapped)), 2u);
+    const struct {
+        const PixelConverter* object;
+        int32_t left, right;
+    } cases[] = {{tapped, -1, 1},
+                 {&As<ComplexConverter>(0x4020010, 0x420006)->GetFirstStage(), -1, 1},
+                 {PixelTypeFactory::FindConverter(0x10002, 0x420002), 0, 0},
+                 {PixelTypeFactory::FindConverter(0x2410003, 0x10005), 1, -1}};
+    for (const auto& c : cases) {
+        const auto* gray = dynamic_cast<const DualTapGrayscaleConverter*>(c.object);
+        ASSERT_NE(gray, nullptr);
+        EXPECT_EQ(std::make_pair(gray->GetLeftStep(), gray->GetRightStep()),
+                  std::make_pair(c.left, c.right))
+            << std::hex << gray->GetSourceTypeID();
     }
-    const PixelConverter& chain = PixelTypeFactory::GetConverter(0x4020010, 0x420006);
-    const PixelConverter& demosaic = PixelTypeFactory::GetConverter(0x20010, 0x420006);
-    std::vector<unsigned char> viaChain(width * 3 * height), direct(width * 3 * height);
-    chain.Convert(tapped.data(), width, height, viaChain.data(), width, height, width, height, 0x20,
-                  0, nullptr, nullptr, 0);
-    demosaic.Convert(untangled.data(), width, height, direct.data(), width, height, width, height,
-                     0x20, 0, nullptr, nullptr, 0);
-    EXPECT_EQ(viaChain, direct);
 }
+
+}  // namespace

@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <string>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 #include "ZnConvertersLib/IdentityConverter.h"
@@ -33,85 +35,63 @@ constexpr int64 Negative(int64 k) {
     return -(int64{1} << 40) - k;
 }
 
-TEST(PixelTypeFactory, RegisteringATypeStoresACloneAndAWorkingIdentityConverter) {
-    const int64 id = 0x70301;
+// What copies a registered type gets is checked byte for byte by the identity and
+// interlaced conversion tests; here only which pairs they are registered for.
+TEST(PixelTypeFactory, RegisteringATypeStoresACloneAndIdentityAndProgressiveCopyConverters) {
+    const int64 id = 0x70301, interlaced = 0x270302, progressive = 0x070302;
     {
         const Grayscale8 type(id);
         ASSERT_EQ(PixelTypeFactory::RegisterPixelType(id, &type, nullptr).GetCode(), 0u);
         EXPECT_NE(&PixelTypeFactory::GetPixelType(id), &type);
     }  // the registry does not keep the caller's object
-
     ASSERT_TRUE(PixelTypeFactory::HasPixelType(id));
     const PixelType& stored = PixelTypeFactory::GetPixelType(id);
     EXPECT_EQ(typeid(stored), typeid(PixelType));
     EXPECT_EQ(stored.GetTypeID(), id);
     EXPECT_EQ(stored.GetPixelBitSize(), 8);
     EXPECT_STREQ(PixelTypeFactory::GetPixelTypeName(id), "Unknown Colorspace8-bits");
-
     const std::unique_ptr<PixelType> copy(PixelTypeFactory::CreatePixelType(id));
     ASSERT_NE(copy, nullptr);
     EXPECT_NE(copy.get(), &stored);
     EXPECT_EQ(copy->GetTypeID(), id);
+    const PixelConverter* identity = PixelTypeFactory::FindConverter(id, id);
+    ASSERT_NE(dynamic_cast<const IdentityConverter*>(identity), nullptr);
+    EXPECT_EQ(identity->GetSourcePixelSize(), 1u);
+    EXPECT_EQ(identity->GetDestinationPixelSize(), 1u);
 
-    ASSERT_TRUE(PixelTypeFactory::HasConverter(id, id));
-    const PixelConverter& identity = PixelTypeFactory::GetConverter(id, id);
-    EXPECT_NE(dynamic_cast<const IdentityConverter*>(&identity), nullptr);
-    EXPECT_EQ(identity.GetSourcePixelSize(), 1u);
-    EXPECT_EQ(identity.GetDestinationPixelSize(), 1u);
-
-    // Copies line by line, honouring both paddings.
-    const unsigned char source[] = {1, 2, 3, 0xAA, 4, 5, 6, 0xAA};
-    unsigned char destination[10];
-    std::memset(destination, 0xEE, sizeof destination);
-    identity.Convert(source, 3, 2, destination, 3, 2, 3, 2, 0, 2, nullptr, nullptr, 1);
-    const unsigned char expected[] = {1, 2, 3, 0xEE, 0xEE, 4, 5, 6, 0xEE, 0xEE};
-    EXPECT_EQ(std::memcmp(destination, expected, sizeof expected), 0);
-}
-
-TEST(PixelTypeFactory, InterlacedTypeAlsoGetsACopyConverterToItsProgressiveTwin) {
-    const int64 interlaced = 0x270302, plain = 0x070302;
     const Grayscale8 type(interlaced);
     ASSERT_TRUE(PixelTypeFactory::RegisterPixelType(interlaced, &type, nullptr).IsSuccess());
-
     EXPECT_TRUE(PixelTypeFactory::HasConverter(interlaced, interlaced));
-    ASSERT_TRUE(PixelTypeFactory::HasConverter(interlaced, plain));
-    EXPECT_FALSE(PixelTypeFactory::HasConverter(plain, interlaced));
-    EXPECT_FALSE(PixelTypeFactory::HasPixelType(plain));
-
-    // The two fields lie one after the other in the source and are interleaved.
-    const unsigned char fields[] = {10, 11, 20, 21, 30, 31, 40, 41};
-    unsigned char frame[8] = {};
-    PixelTypeFactory::GetConverter(interlaced, plain)
-        .Convert(fields, 2, 4, frame, 2, 4, 2, 4, 0, 0, nullptr, nullptr, 0);
-    const unsigned char expected[] = {10, 11, 30, 31, 20, 21, 40, 41};
-    EXPECT_EQ(std::memcmp(frame, expected, sizeof expected), 0);
+    EXPECT_TRUE(PixelTypeFactory::HasConverter(interlaced, progressive));
+    EXPECT_FALSE(PixelTypeFactory::HasConverter(progressive, interlaced));
+    EXPECT_FALSE(PixelTypeFactory::HasPixelType(progressive));
 }
 
-TEST(PixelTypeFactory, RegisteringATypeKeepsAConverterAlreadyHeldForItsIdentityPair) {
-    const int64 id = 0x70303;
-    const Marker existing(id, id);
-    const Grayscale8 type(id);
-    ASSERT_TRUE(PixelTypeFactory::RegisterPixelType(id, &type, "mine").IsSuccess());
-    EXPECT_EQ(&PixelTypeFactory::GetConverter(id, id), &existing);
-    EXPECT_STREQ(PixelTypeFactory::GetPixelTypeName(id), "mine");
-}
+TEST(PixelTypeFactory, RegistrationKeepsWhatTheRegistryAlreadyHolds) {
+    // A converter already held for the identity pair.
+    const int64 held = 0x70303;
+    const Marker existing(held, held);
+    const Grayscale8 heldType(held);
+    ASSERT_TRUE(PixelTypeFactory::RegisterPixelType(held, &heldType, "mine").IsSuccess());
+    EXPECT_EQ(&PixelTypeFactory::GetConverter(held, held), &existing);
+    EXPECT_STREQ(PixelTypeFactory::GetPixelTypeName(held), "mine");
 
-TEST(PixelTypeFactory, SecondRegistrationOfAnIdentifierFailsAndKeepsTheFirst) {
-    const int64 id = 0x70304;
-    const Grayscale8 first(id);
-    const Grayscale16 second(id);
-    ASSERT_TRUE(PixelTypeFactory::RegisterPixelType(id, &first, "first").IsSuccess());
-    EXPECT_EQ(PixelTypeFactory::RegisterPixelType(id, &second, "second").GetCode(),
+    // A type already registered under the identifier.
+    const int64 twice = 0x70304;
+    const Grayscale8 first(twice);
+    const Grayscale16 second(twice);
+    ASSERT_TRUE(PixelTypeFactory::RegisterPixelType(twice, &first, "first").IsSuccess());
+    EXPECT_EQ(PixelTypeFactory::RegisterPixelType(twice, &second, "second").GetCode(),
               ResultCode::kInvalidRequest);
-    EXPECT_STREQ(PixelTypeFactory::GetPixelTypeName(id), "first");
-    EXPECT_EQ(PixelTypeFactory::GetPixelType(id).GetPixelBitSize(), 8);
+    EXPECT_STREQ(PixelTypeFactory::GetPixelTypeName(twice), "first");
+    EXPECT_EQ(PixelTypeFactory::GetPixelType(twice).GetPixelBitSize(), 8);
 }
 
 TEST(PixelTypeFactory, RegistrationReplacesThePlaceholderNameOfAnIdentifierAskedForBefore) {
     const int64 id = 0x70305;
     const char* placeholder = PixelTypeFactory::GetPixelTypeName(id);
     EXPECT_STREQ(placeholder, "Unregistered pixel type");
-    EXPECT_EQ(PixelTypeFactory::GetPixelTypeName(id), placeholder);
+    EXPECT_EQ(PixelTypeFactory::GetPixelTypeName(id), placeholder) << "the same text every time";
     EXPECT_FALSE(PixelTypeFactory::HasPixelType(id)) << "asking for a name registers nothing";
 
     const Grayscale10 type(id);
@@ -119,37 +99,30 @@ TEST(PixelTypeFactory, RegistrationReplacesThePlaceholderNameOfAnIdentifierAsked
     EXPECT_STREQ(PixelTypeFactory::GetPixelTypeName(id), "Unknown Colorspace10-bits");
 }
 
-TEST(PixelTypeFactory, FirstConverterForAPairWins) {
-    const int64 from = 0x70311, to = 0x70312;
-    const Marker first(from, to);
-    const Marker second(from, to);
+TEST(PixelTypeFactory, FirstConverterForAPairWinsAndOthersMayTakeAnotherPair) {
+    const int64 from = 0x70311, to = 0x70312, alias = 0x70313;
+    const Marker first(from, to), second(from, to);
     EXPECT_EQ(PixelTypeFactory::FindConverter(from, to), &first);
     EXPECT_EQ(PixelTypeFactory::RegisterPixelConverter(second).GetCode(),
               ResultCode::kInvalidRequest);
     EXPECT_EQ(PixelTypeFactory::RegisterPixelConverter(from, to, &second).GetCode(),
               ResultCode::kInvalidRequest);
     EXPECT_EQ(&PixelTypeFactory::GetConverter(from, to), &first);
-
-    // A converter can be registered under a pair other than its own.
-    const int64 alias = 0x70313;
     EXPECT_EQ(PixelTypeFactory::RegisterPixelConverter(alias, to, &second).GetCode(), 0u);
     EXPECT_EQ(PixelTypeFactory::FindConverter(alias, to), &second);
 }
 
 TEST(PixelTypeFactory, ReplacePixelConverterOverwritesAndReportsWhatItDisplaced) {
-    const int64 from = 0x70321, to = 0x70322;
-    const Marker original(from, to);
-    const Marker replacement(from, to);
+    const int64 from = 0x70321, to = 0x70322, freshTo = 0x70323;
+    const Marker original(from, to), replacement(from, to);
     const PixelConverter* previous = &replacement;
     EXPECT_EQ(PixelTypeFactory::ReplacePixelConverter(replacement, &previous).GetCode(), 0u);
     EXPECT_EQ(previous, &original);
     EXPECT_EQ(PixelTypeFactory::FindConverter(from, to), &replacement);
 
     // A pair nobody held: nothing displaced, and the converter is now found and listed.
-    const int64 freshTo = 0x70323;
-    ASSERT_FALSE(PixelTypeFactory::HasConverter(from, freshTo));
     const Unregistered lateComer(from, freshTo);
-    previous = &replacement;
+    ASSERT_FALSE(PixelTypeFactory::HasConverter(from, freshTo));
     EXPECT_EQ(PixelTypeFactory::ReplacePixelConverter(lateComer, &previous).GetCode(), 0u);
     EXPECT_EQ(previous, nullptr);
     EXPECT_EQ(PixelTypeFactory::FindConverter(from, freshTo), &lateComer);
@@ -164,11 +137,8 @@ TEST(PixelTypeFactory, ReplacePixelConverterOverwritesAndReportsWhatItDisplaced)
 
 TEST(PixelTypeFactory, ClonePixelConvertersCopiesOnlyOutgoingConvertersTheTargetLacks) {
     const int64 source = 0x70331, target = 0x70332, x = 0x70333, y = 0x70334, z = 0x70335;
-    const Marker selfPair(source, source);
-    const Marker toX(source, x);
-    const Marker toY(source, y);
-    const Marker targetToY(target, y);
-    const Marker incoming(z, source);
+    const Marker selfPair(source, source), toX(source, x), toY(source, y), targetToY(target, y),
+        incoming(z, source);
 
     EXPECT_EQ(PixelTypeFactory::ClonePixelConverters(source, target).GetCode(), 0u);
     EXPECT_EQ(PixelTypeFactory::FindConverter(target, source), &selfPair);
@@ -184,50 +154,36 @@ TEST(PixelTypeFactory, ClonePixelConvertersCopiesOnlyOutgoingConvertersTheTarget
 }
 
 TEST(PixelTypeFactory, EnumerationIsInSignedOrderOfSourceThenDestination) {
-    const Marker a(Negative(2), 5);
-    const Marker b(Negative(2), Negative(7));
-    const Marker c(Negative(2), 0x70000);
-    const Marker d(Negative(1), Negative(9));
+    const Marker a(Negative(2), 5), b(Negative(2), Negative(7)), c(Negative(2), 0x70000),
+        d(Negative(1), Negative(9)), e(Negative(3), 5);
 
-    // The most negative source comes first of the whole map.
+    // Every pair once, in order, and nothing touched past the end.
+    std::vector<std::pair<int64, int64>> pairs;
     int64 from = 0, to = 0;
-    ASSERT_TRUE(PixelTypeFactory::EnumConverters(0, from, to));
-    EXPECT_EQ(from, Negative(2));
-    EXPECT_EQ(to, Negative(7));
-    ASSERT_TRUE(PixelTypeFactory::EnumConverters(2, from, to));
-    EXPECT_EQ(to, 0x70000);
-    ASSERT_TRUE(PixelTypeFactory::EnumConverters(3, from, to));
-    EXPECT_EQ(from, Negative(1));
-
-    uint32_t count = 0;
-    int64 previousFrom = 0, previousTo = 0;
-    for (; PixelTypeFactory::EnumConverters(count, from, to); ++count) {
-        if (count > 0) {
-            EXPECT_TRUE(previousFrom < from || (previousFrom == from && previousTo < to))
-                << "entry " << count;
-        }
-        previousFrom = from;
-        previousTo = to;
+    while (PixelTypeFactory::EnumConverters(static_cast<uint32_t>(pairs.size()), from, to)) {
+        pairs.emplace_back(from, to);
     }
-    EXPECT_EQ(count, PixelTypeFactory::CountRegisteredConverters());
-    from = to = 42;
-    EXPECT_FALSE(PixelTypeFactory::EnumConverters(count, from, to));
-    EXPECT_EQ(from, 42);
-    EXPECT_EQ(to, 42);
+    EXPECT_TRUE(std::is_sorted(pairs.begin(), pairs.end()));
+    EXPECT_EQ(std::adjacent_find(pairs.begin(), pairs.end()), pairs.end());
+    EXPECT_EQ(pairs.size(), PixelTypeFactory::CountRegisteredConverters());
+    ASSERT_GE(pairs.size(), 5u);
+    EXPECT_EQ(std::vector(pairs.begin(), pairs.begin() + 5),
+              (std::vector<std::pair<int64, int64>>{{Negative(3), 5},
+                                                    {Negative(2), Negative(7)},
+                                                    {Negative(2), 5},
+                                                    {Negative(2), 0x70000},
+                                                    {Negative(1), Negative(9)}}));
+    EXPECT_EQ(std::make_pair(from, to), pairs.back()) << "the failing call leaves them alone";
 
-    std::vector<int64> destinations;
+    std::vector<int64> destinations, sources;
     for (uint32_t i = 0; PixelTypeFactory::EnumConverterFrom(i, Negative(2), to); ++i) {
         destinations.push_back(to);
     }
     EXPECT_EQ(destinations, (std::vector<int64>{Negative(7), 5, 0x70000}));
-
-    const Marker e(Negative(3), 5);
-    std::vector<int64> sources;
     for (uint32_t i = 0; PixelTypeFactory::EnumConverterTo(i, 5, from); ++i) {
         sources.push_back(from);
     }
     EXPECT_EQ(sources, (std::vector<int64>{Negative(3), Negative(2)}));
-
     to = 42;
     EXPECT_FALSE(PixelTypeFactory::EnumConverterFrom(0, 0x70399, to));
     EXPECT_EQ(to, 42);
@@ -255,6 +211,8 @@ TEST(PixelTypeFactory, UnknownKeysGiveTheSentinelsWhichConvertNothing) {
     converter.Convert(source, 4, 4, destination, 4, 4, 4, 4, 0, 0, nullptr, nullptr, 0);
     EXPECT_EQ(converter.ConvertLines(source, destination, 4).GetCode(), ResultCode::kNotSupported);
     EXPECT_EQ(converter.ConvertPixel(source, destination).GetCode(), ResultCode::kNotSupported);
+    EXPECT_EQ(converter.ConvertRemainderLine(source, destination, 4).GetCode(),
+              ResultCode::kNotSupported);
     for (unsigned char byte : destination) EXPECT_EQ(byte, 0xEE);
 }
 
