@@ -4,9 +4,10 @@
 // output's layout. Compiled once per target, inside each family's kernel file
 // (per-target include guard, as Highway's -inl.h headers).
 //
-// The plain rows remain the reference: a vector row converts whole vectors of pixels and
-// reports how many; the plain row finishes the line from there (the one tail mechanism
-// of every family). Rows read and write exactly the bytes of the pixels they convert.
+// The plain rows remain the reference: a vector row converts the line, or nothing when it
+// is shorter than a vector, and reports how far it got; the plain row finishes the line
+// from there (the one tail mechanism of every family). Rows read and write exactly the
+// bytes of the pixels they convert.
 
 // Whether the target being compiled has vector rows. The scalar and emulated targets
 // exist only because Highway needs a baseline; there the plain rows run alone, and a
@@ -188,7 +189,9 @@ struct GrayStore {
 };
 template <>
 struct GrayStore<OutputKind::kGray8> {
-    HWY_INLINE static void Put(D8 d, const RowOutput& out, size_t i, V8 v) { hn::StoreU(v, d, out.line + i); }
+    HWY_INLINE static void Put(D8 d, const RowOutput& out, size_t i, V8 v) {
+        hn::StoreU(v, d, out.line + i);
+    }
 };
 
 // Deeper gray: the 8-bit value shifted up by Shift in a 16-bit word.
@@ -212,7 +215,20 @@ template <>
 struct GrayStore<OutputKind::kGray16> : GrayWordStore<8> {};
 
 // ---------------------------------------------------------------------------------------
-// Row loops over any decoder and output. A decoder provides
+// Row loops over any decoder and output.
+//
+// A line of at least one vector is converted whole: after the whole vectors, one more
+// ends exactly at the line end, overlapping the one before it and writing its bytes
+// again. Every vector starts at a multiple of 4 pixels from either end, which keeps the
+// phase of 2- and 4-pixel groups and Bayer columns whenever the width is a multiple of
+// the group.
+
+// Where the vector starting at i goes: at i, or pulled back to end at `width`.
+HWY_INLINE size_t LastVectorAt(size_t i, size_t n, size_t width) {
+    return i + n > width ? width - n : i;
+}
+
+// A decoder provides
 //   colour: void Decode(D8, size_t i, V8& r, V8& g, V8& b) const;   pixels i .. i + N - 1
 //   gray:   V8 Decode(D8, size_t i) const;
 
@@ -223,25 +239,29 @@ uint32_t ColourLoop(const Decoder& decoder, const RowOutput& out, const RowOutpu
                     uint32_t width) {
     const D8 d;
     const size_t n = hn::Lanes(d);
-    size_t i = 0;
+    if (width < n) return 0;
     if constexpr (kFiltered) {
         const ChannelTables tables(*out.filter);
-        for (; i + n <= width; i += n) {
+        for (size_t i = 0;; i += n) {
+            i = LastVectorAt(i, n, width);
             V8 r, g, b;
             decoder.Decode(d, i, r, g, b);
             tables.Apply(d, r, g, b);
             ColourStore<Kind>::Put(d, out, i, r, g, b);
             if (second != nullptr) ColourStore<Kind>::Put(d, *second, i, r, g, b);
+            if (i + n == width) break;
         }
     } else {
-        for (; i + n <= width; i += n) {
+        for (size_t i = 0;; i += n) {
+            i = LastVectorAt(i, n, width);
             V8 r, g, b;
             decoder.Decode(d, i, r, g, b);
             ColourStore<Kind>::Put(d, out, i, r, g, b);
             if (second != nullptr) ColourStore<Kind>::Put(d, *second, i, r, g, b);
+            if (i + n == width) break;
         }
     }
-    return static_cast<uint32_t>(i);
+    return width;
 }
 
 // The converted prefix of a line of colour pixels (and of `second`, unless null), for any
@@ -278,9 +298,13 @@ template <OutputKind Kind, class Decoder>
 uint32_t GrayLoop(const Decoder& decoder, const RowOutput& out, uint32_t width) {
     const D8 d;
     const size_t n = hn::Lanes(d);
-    size_t i = 0;
-    for (; i + n <= width; i += n) GrayStore<Kind>::Put(d, out, i, decoder.Decode(d, i));
-    return static_cast<uint32_t>(i);
+    if (width < n) return 0;
+    for (size_t i = 0;; i += n) {
+        i = LastVectorAt(i, n, width);
+        GrayStore<Kind>::Put(d, out, i, decoder.Decode(d, i));
+        if (i + n == width) break;
+    }
+    return width;
 }
 
 // The converted prefix of a line of gray pixels, for any output. Gray values are never

@@ -42,7 +42,9 @@ struct Gray16 {
 // (s + 128) mod 256 is the top bit flipped.
 struct Signed8 {
     const uint8_t* line;
-    HWY_INLINE V8 Decode(D8 d, size_t i) const { return hn::Xor(hn::LoadU(d, line + i), hn::Set(d, 0x80)); }
+    HWY_INLINE V8 Decode(D8 d, size_t i) const {
+        return hn::Xor(hn::LoadU(d, line + i), hn::Set(d, 0x80));
+    }
 };
 
 // Pair decoders: the first and second pixels of groups k .. k + N - 1.
@@ -83,15 +85,17 @@ template <OutputKind Kind, class Decoder>
 uint32_t PairLoop(const Decoder& decoder, const RowOutput& out, uint32_t pairs) {
     const D8 d;
     const size_t n = hn::Lanes(d);
-    size_t k = 0;
-    for (; k + n <= pairs; k += n) {
+    if (pairs < n) return 0;
+    for (size_t k = 0;; k += n) {
+        k = LastVectorAt(k, n, pairs);
         V8 first, second, low, high;
         decoder.Decode(d, k, first, second);
         InOrder(d, first, second, low, high);
         GrayStore<Kind>::Put(d, out, 2 * k, low);
         GrayStore<Kind>::Put(d, out, 2 * k + n, high);
+        if (k + n == pairs) break;
     }
-    return static_cast<uint32_t>(k);
+    return pairs;
 }
 
 template <class Decoder>
