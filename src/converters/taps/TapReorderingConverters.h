@@ -20,6 +20,7 @@
 #include "ZnConvertersLib/ConversionContext.h"
 #include "ZnConvertersLib/PixelConverter.h"
 #include "ZnConvertersLib/Types.h"
+#include "converters/taps/TapKernels.h"
 #include "framework/ThreadConversionState.h"
 
 namespace ZnConvertersLib {
@@ -35,7 +36,9 @@ void ReorderQuadTaps(const unsigned char* source, unsigned char* destination,
     if (wholeGroupsPixels == 0) return;
     const std::ptrdiff_t quarter = destinationStride / (PixelBytes * 4);
     const uint32_t groups = (wholeGroupsPixels - 1) / 4 + 1;
-    for (uint32_t k = 0; k < groups; ++k) {
+    const uint32_t done = QuadTapsVectorRow(PixelBytes, source, destination,
+                                            static_cast<std::size_t>(quarter), groups);
+    for (uint32_t k = done; k < groups; ++k) {
         const unsigned char* group = source + static_cast<std::size_t>(k) * 4 * PixelBytes;
         for (std::ptrdiff_t tap = 0; tap < 4; ++tap) {
             const std::ptrdiff_t target = (tap + 1) * quarter - 1 - static_cast<std::ptrdiff_t>(k);
@@ -108,7 +111,8 @@ public:
         if (lineIndex % 2 != 0) source = source - context->sourceStride + 1;
         // Whole groups of four and the single pixels after them take the same every-other
         // byte, so one loop covers both.
-        for (uint32_t i = 0; i < width; ++i) destination[i] = source[2 * std::size_t{i}];
+        const uint32_t done = EveryOtherByteVectorRow(source, destination, width);
+        for (uint32_t i = done; i < width; ++i) destination[i] = source[2 * std::size_t{i}];
         return ZnUtilsLib::Result(ResultCode::kSuccess);
     }
 };
