@@ -18,3 +18,22 @@ if [ ${#missing[@]} -gt 0 ]; then
   $sudo_cmd apt-get update -qq
   DEBIAN_FRONTEND=noninteractive $sudo_cmd apt-get install -y -qq "${missing[@]}"
 fi
+
+# Optional: the 64-bit ARM cross build (cross compiler, qemu, arm64 Highway and GoogleTest)
+# that runs the kernel differential test on the NEON rows. Skipped with a message when the
+# packages cannot be had; ZN_WITH_AARCH64=0 skips it outright.
+if [ "${ZN_WITH_AARCH64:-1}" = 1 ]; then
+  if command -v aarch64-linux-gnu-g++ >/dev/null 2>&1 && command -v qemu-aarch64 >/dev/null 2>&1 &&
+    [ -f /usr/lib/aarch64-linux-gnu/libhwy.so ] && [ -f /usr/lib/aarch64-linux-gnu/libgtest.a ]; then
+    :
+  else
+    echo "installing the aarch64 cross build (optional)"
+    sudo_cmd=""
+    [ "$(id -u)" -eq 0 ] || sudo_cmd="sudo"
+    if ! { $sudo_cmd dpkg --add-architecture arm64 && $sudo_cmd apt-get update -qq &&
+      DEBIAN_FRONTEND=noninteractive $sudo_cmd apt-get install -y -qq g++-aarch64-linux-gnu \
+        qemu-user libhwy-dev:arm64 libgtest-dev:arm64; }; then
+      echo "aarch64 cross build not installed: its test stage will be skipped"
+    fi
+  fi
+fi

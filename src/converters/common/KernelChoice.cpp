@@ -8,6 +8,14 @@ namespace KernelChoice {
 
 std::atomic<uint32_t> gEpoch{1};
 
+namespace {
+std::atomic<bool> gPlainRowsOnly{false};
+}  // namespace
+
+bool PlainRowsOnly() {
+    return gPlainRowsOnly.load(std::memory_order_relaxed);
+}
+
 std::vector<int64_t> AvailableTargets() {
     return hwy::SupportedAndGeneratedTargets();
 }
@@ -22,7 +30,8 @@ void EnsureTargetChosen() {
 }
 
 void UseOnlyTargetForTest(int64_t target) {
-    hwy::SetSupportedTargetsForTest(target);
+    gPlainRowsOnly.store(target == kPlainRows, std::memory_order_relaxed);
+    hwy::SetSupportedTargetsForTest(target == kPlainRows ? 0 : target);
     hwy::GetChosenTarget().Update(hwy::SupportedTargets());
     gEpoch.fetch_add(1, std::memory_order_acq_rel);
 }

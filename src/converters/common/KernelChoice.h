@@ -18,9 +18,22 @@ extern std::atomic<uint32_t> gEpoch;
 std::vector<int64_t> AvailableTargets();
 std::string TargetName(int64_t target);
 
-// Lets dispatch choose only `target` (0: every supported target again). For tests: call
-// it while no conversion runs.
+// Lets dispatch choose only `target` (0: every supported target again; kPlainRows: no
+// vector row at all, the plain rows convert everything). For tests: call it while no
+// conversion runs.
+constexpr int64_t kPlainRows = -1;
 void UseOnlyTargetForTest(int64_t target);
+
+// Whether the plain rows were asked to run alone.
+bool PlainRowsOnly();
+
+// A vector row that converts nothing, of any row's signature.
+template <class Fn>
+struct NoVectorRow;
+template <class... Args>
+struct NoVectorRow<uint32_t (*)(Args...)> {
+    static uint32_t Row(Args...) { return 0; }
+};
 
 // Makes Highway choose its target if no dispatch has done so yet.
 void EnsureTargetChosen();

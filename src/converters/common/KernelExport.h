@@ -7,11 +7,16 @@
 
 #include "converters/common/KernelChoice.h"
 
-// A single compiled target is called directly.
+// A single compiled target is called directly. Tests may ask for no vector row at all.
 #if HWY_IDE || ((HWY_TARGETS & (HWY_TARGETS - 1)) == 0)
-#define ZN_RESOLVE_ROW(FUNC_NAME) (&HWY_STATIC_DISPATCH(FUNC_NAME))
+#define ZN_CHOSEN_ROW(FUNC_NAME) (&HWY_STATIC_DISPATCH(FUNC_NAME))
 #else
-#define ZN_RESOLVE_ROW(FUNC_NAME)                           \
+#define ZN_CHOSEN_ROW(FUNC_NAME)                            \
     (::ZnConvertersLib::KernelChoice::EnsureTargetChosen(), \
      HWY_DISPATCH_TABLE(FUNC_NAME)[hwy::GetChosenTarget().GetIndex()])
 #endif
+#define ZN_RESOLVE_ROW(FUNC_NAME)                                                       \
+    (::ZnConvertersLib::KernelChoice::PlainRowsOnly()                                   \
+         ? &::ZnConvertersLib::KernelChoice::NoVectorRow<decltype(&HWY_STATIC_DISPATCH( \
+               FUNC_NAME))>::Row                                                        \
+         : ZN_CHOSEN_ROW(FUNC_NAME))

@@ -116,19 +116,18 @@ HWY_INLINE V8 Join2(VI32 firstLow, VI32 firstHigh, VI32 secondLow, VI32 secondHi
 HWY_INLINE void Matrix(V8 y, V8 u, V8 v, V8& r, V8& g, V8& b) {
     const DU32 d32;
     const VU32 y32 = hn::BitCast(d32, y), u32 = hn::BitCast(d32, u), v32 = hn::BitCast(d32, v);
-    Colour32 c[4];
     const auto at = [&](auto k) {
         constexpr int K = decltype(k)::value;
         return Pixel(ByteOf<K>(y32),
                      Chroma(hn::Or(ByteOf<K>(u32), hn::ShiftLeft<16>(ByteOf<K>(v32)))));
     };
-    c[0] = at(std::integral_constant<int, 0>());
-    c[1] = at(std::integral_constant<int, 1>());
-    c[2] = at(std::integral_constant<int, 2>());
-    c[3] = at(std::integral_constant<int, 3>());
-    r = Join4(c[0].r, c[1].r, c[2].r, c[3].r);
-    g = Join4(c[0].g, c[1].g, c[2].g, c[3].g);
-    b = Join4(c[0].b, c[1].b, c[2].b, c[3].b);
+    const Colour32 c0 = at(std::integral_constant<int, 0>());
+    const Colour32 c1 = at(std::integral_constant<int, 1>());
+    const Colour32 c2 = at(std::integral_constant<int, 2>());
+    const Colour32 c3 = at(std::integral_constant<int, 3>());
+    r = Join4(c0.r, c1.r, c2.r, c3.r);
+    g = Join4(c0.g, c1.g, c2.g, c3.g);
+    b = Join4(c0.b, c1.b, c2.b, c3.b);
 }
 
 // Every decoder below gives Y, U, V of pixels i ... i + N - 1; Decode runs the matrix.
@@ -155,22 +154,29 @@ struct Triplets {
 
 // Two pixels a 4-byte group, samples at byte offsets Y0, U, Y1, V: one group a 32-bit
 // lane, its chroma terms computed once for both pixels.
+// The two pixels of each group of a vector.
+struct GroupPixels {
+    Colour32 first, second;
+};
+
+// Two vectors of groups as pixels in order.
+HWY_INLINE void JoinGroups(const GroupPixels& a, const GroupPixels& b, V8& r, V8& g, V8& bl) {
+    r = Join2(a.first.r, a.second.r, b.first.r, b.second.r);
+    g = Join2(a.first.g, a.second.g, b.first.g, b.second.g);
+    bl = Join2(a.first.b, a.second.b, b.first.b, b.second.b);
+}
+
 template <int Y0, int U, int Y1, int V>
 struct Groups422 {
     const uint8_t* line;
-    static void Half(V8 groups, Colour32& first, Colour32& second) {
+    HWY_INLINE static GroupPixels Half(V8 groups) {
         const VU32 x = hn::BitCast(DU32(), groups);
         const Chroma chroma(hn::Or(ByteOf<U>(x), hn::ShiftLeft<16>(ByteOf<V>(x))));
-        first = Pixel(ByteOf<Y0>(x), chroma);
-        second = Pixel(ByteOf<Y1>(x), chroma);
+        return {Pixel(ByteOf<Y0>(x), chroma), Pixel(ByteOf<Y1>(x), chroma)};
     }
     HWY_INLINE void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
-        Colour32 a0, a1, b0, b1;
-        Half(hn::LoadU(d, line + 2 * i), a0, a1);
-        Half(hn::LoadU(d, line + 2 * i + hn::Lanes(d)), b0, b1);
-        r = Join2(a0.r, a1.r, b0.r, b1.r);
-        g = Join2(a0.g, a1.g, b0.g, b1.g);
-        b = Join2(a0.b, a1.b, b0.b, b1.b);
+        JoinGroups(Half(hn::LoadU(d, line + 2 * i)),
+                   Half(hn::LoadU(d, line + 2 * i + hn::Lanes(d))), r, g, b);
     }
 };
 
@@ -186,13 +192,9 @@ struct WordGroups {
         const D16 dw;
         const size_t n = hn::Lanes(dw);
         const uint16_t* p = reinterpret_cast<const uint16_t*>(line) + 2 * i;
-        Colour32 a0, a1, b0, b1;
-        Groups422<0, 1, 2, 3>::Half(LowBytes(d, Eight(dw, p), Eight(dw, p + n)), a0, a1);
-        Groups422<0, 1, 2, 3>::Half(LowBytes(d, Eight(dw, p + 2 * n), Eight(dw, p + 3 * n)), b0,
-                                    b1);
-        r = Join2(a0.r, a1.r, b0.r, b1.r);
-        g = Join2(a0.g, a1.g, b0.g, b1.g);
-        b = Join2(a0.b, a1.b, b0.b, b1.b);
+        using Groups = Groups422<0, 1, 2, 3>;
+        JoinGroups(Groups::Half(LowBytes(d, Eight(dw, p), Eight(dw, p + n))),
+                   Groups::Half(LowBytes(d, Eight(dw, p + 2 * n), Eight(dw, p + 3 * n))), r, g, b);
     }
 };
 
