@@ -14,6 +14,11 @@ namespace KernelChoice {
 
 extern std::atomic<uint32_t> gEpoch;
 
+// No vector row converts anything from fewer units (pixels, pairs, groups or steps of at
+// most four pixels) than this: the narrowest vector holds 16 bytes. Short lines skip the
+// call into the chosen row.
+constexpr uint32_t kFewestForVector = 4;
+
 // The targets compiled in and supported by this CPU, best first (Highway target bits).
 std::vector<int64_t> AvailableTargets();
 std::string TargetName(int64_t target);

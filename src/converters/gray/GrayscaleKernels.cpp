@@ -159,6 +159,7 @@ HWY_EXPORT(GrayscaleRow);
 
 uint32_t GrayscaleVectorRow(GrayLayout layout, const RowSource& source, const RowOutput& out,
                             uint32_t count) {
+    if (count < KernelChoice::kFewestForVector) return 0;
     static KernelChoice::Chosen<decltype(&HWY_STATIC_DISPATCH(GrayscaleRow))> sRow;
     return sRow.Get([] { return ZN_RESOLVE_ROW(GrayscaleRow); })(layout, source, out, count);
 }

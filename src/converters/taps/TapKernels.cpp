@@ -93,6 +93,7 @@ HWY_EXPORT(EveryOtherByteRow);
 
 uint32_t QuadTapsVectorRow(uint32_t pixelBytes, const unsigned char* source,
                            unsigned char* destination, std::size_t quarter, uint32_t groups) {
+    if (groups < KernelChoice::kFewestForVector) return 0;
     static KernelChoice::Chosen<decltype(&HWY_STATIC_DISPATCH(QuadTapsRow))> sRow;
     return sRow.Get([] { return ZN_RESOLVE_ROW(QuadTapsRow); })(pixelBytes, source, destination,
                                                                 quarter, groups);
@@ -100,6 +101,7 @@ uint32_t QuadTapsVectorRow(uint32_t pixelBytes, const unsigned char* source,
 
 uint32_t EveryOtherByteVectorRow(const unsigned char* source, unsigned char* destination,
                                  uint32_t width) {
+    if (width < KernelChoice::kFewestForVector) return 0;
     static KernelChoice::Chosen<decltype(&HWY_STATIC_DISPATCH(EveryOtherByteRow))> sRow;
     return sRow.Get([] { return ZN_RESOLVE_ROW(EveryOtherByteRow); })(source, destination, width);
 }
