@@ -185,9 +185,7 @@ HWY_EXPORT(BayerRow);
 uint32_t BayerVectorRow(BayerMethod method, int layout, const BayerLines& lines,
                         const RowOutput& out0, const RowOutput& out1, uint32_t count) {
     if (count < KernelChoice::kFewestForVector) return 0;
-    static KernelChoice::Chosen<decltype(&HWY_STATIC_DISPATCH(BayerRow))> sRow;
-    return sRow.Get([] { return ZN_RESOLVE_ROW(BayerRow); })(method, layout, lines, out0, out1,
-                                                             count);
+    return ZN_CHOSEN_ROW_OF(BayerRow)(method, layout, lines, out0, out1, count);
 }
 
 }  // namespace ZnConvertersLib

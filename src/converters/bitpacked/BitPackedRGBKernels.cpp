@@ -121,8 +121,7 @@ HWY_EXPORT(BitPackedRGBRow);
 uint32_t BitPackedRGBVectorRow(ColourLayout layout, const RowSource& source, const RowOutput& out,
                                uint32_t width) {
     if (width < KernelChoice::kFewestForVector) return 0;
-    static KernelChoice::Chosen<decltype(&HWY_STATIC_DISPATCH(BitPackedRGBRow))> sRow;
-    return sRow.Get([] { return ZN_RESOLVE_ROW(BitPackedRGBRow); })(layout, source, out, width);
+    return ZN_CHOSEN_ROW_OF(BitPackedRGBRow)(layout, source, out, width);
 }
 
 }  // namespace ZnConvertersLib

@@ -342,6 +342,13 @@ inline V8 LowBytes(D8 d, hn::Vec<hn::Repartition<uint16_t, D8>> first,
     return hn::ConcatEven(d, hn::BitCast(d, second), hn::BitCast(d, first));
 }
 
+// Bytes in reverse order, through 16-bit lanes, whose reversal every target has.
+HWY_INLINE V8 ReverseBytes(D8 d, V8 v) {
+    const hn::Repartition<uint16_t, D8> dw;
+    const auto w = hn::BitCast(dw, v);
+    return hn::BitCast(d, hn::Reverse(dw, hn::Or(hn::ShiftLeft<8>(w), hn::ShiftRight<8>(w))));
+}
+
 // Two vectors of pixels (first and second of each pair) as pixels in order, split over
 // two vectors. Done through a small buffer: whole-vector stores forward to the loads.
 inline void InOrder(D8 d, V8 first, V8 second, V8& low, V8& high) {

@@ -20,3 +20,12 @@
          ? &::ZnConvertersLib::KernelChoice::NoVectorRow<decltype(&HWY_STATIC_DISPATCH( \
                FUNC_NAME))>::Row                                                        \
          : ZN_CHOSEN_ROW(FUNC_NAME))
+
+// The row of FUNC_NAME (exported with HWY_EXPORT) chosen for this CPU, resolved once per
+// choice epoch and then read from a cached pointer.
+#define ZN_CHOSEN_ROW_OF(FUNC_NAME)                                                               \
+    ([] {                                                                                         \
+        static ::ZnConvertersLib::KernelChoice::Chosen<decltype(&HWY_STATIC_DISPATCH(FUNC_NAME))> \
+            sChosen;                                                                              \
+        return sChosen.Get([] { return ZN_RESOLVE_ROW(FUNC_NAME); });                             \
+    }())

@@ -127,12 +127,31 @@ void WritePairs(const GevPairs& pairs, const LineWriter<Output>& out, uint32_t p
     StoreGrayPairs_C(pairs, out, done, pairCount);
 }
 
+// The vector row of a dual-tap line, which converts all of it or nothing.
+template <class Output, class Pixels>
+bool DualTapFast(const PixelPairs<Pixels>& pairs, const LineWriter<Output>& out, uint32_t half,
+                 int32_t leftStep, int32_t rightStep) {
+    constexpr GrayLayout kLayout =
+        std::is_same<Pixels, Gray8Pixels>::value ? GrayLayout::k8Bit : GrayLayout::k16Bit;
+    return GrayscaleDualTapVectorRow(kLayout, {pairs.pixels.line, 0, pairs.pixels.shift},
+                                     MakeGrayRowOutput<Output>(out.Line(), out.PlaneSize()), half,
+                                     leftStep, rightStep) == half;
+}
+template <class Output>
+bool DualTapFast(const Packed12Pairs& pairs, const LineWriter<Output>& out, uint32_t half,
+                 int32_t leftStep, int32_t rightStep) {
+    return GrayscaleDualTapVectorRow(GrayLayout::kPacked12, {pairs.line, 0, pairs.shift},
+                                     MakeGrayRowOutput<Output>(out.Line(), out.PlaneSize()), half,
+                                     leftStep, rightStep) == half;
+}
+
 // Pair k holds the k-th pixel of each tap. A tap with step +1 fills its half from the
 // half's start, any other step from the half's end. evenWidth must be even.
 template <class Output, class Pairs>
 void WriteDualTap(const Pairs& pairs, const LineWriter<Output>& out, uint32_t evenWidth,
                   int32_t leftStep, int32_t rightStep) {
     const std::ptrdiff_t half = evenWidth / 2;
+    if (DualTapFast(pairs, out, static_cast<uint32_t>(half), leftStep, rightStep)) return;
     std::ptrdiff_t left = leftStep == 1 ? 0 : half - 1;
     std::ptrdiff_t right = rightStep == 1 ? half : 2 * half - 1;
     for (std::ptrdiff_t k = 0; k < half; ++k, left += leftStep, right += rightStep) {

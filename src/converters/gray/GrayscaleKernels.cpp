@@ -48,6 +48,35 @@ struct Signed8 {
 };
 
 // Pair decoders: the first and second pixels of groups k .. k + N - 1.
+struct Gray8Pairs {
+    const uint8_t* line;
+    int shift;
+    HWY_INLINE void Decode(D8 d, size_t k, V8& first, V8& second) const {
+        hn::LoadInterleaved2(d, line + 2 * k, first, second);
+        if (shift >= 8) {
+            first = second = hn::Zero(d);
+        } else {
+            first = hn::ShiftRightSame(first, shift);
+            second = hn::ShiftRightSame(second, shift);
+        }
+    }
+};
+
+struct Gray16Pairs {
+    const uint8_t* line;
+    int shift;
+    HWY_INLINE void Decode(D8 d, size_t k, V8& first, V8& second) const {
+        const D16 dw;
+        const size_t n = hn::Lanes(dw);
+        const uint16_t* p = reinterpret_cast<const uint16_t*>(line) + 2 * k;
+        V16 a0, b0, a1, b1;
+        hn::LoadInterleaved2(dw, p, a0, b0);
+        hn::LoadInterleaved2(dw, p + 2 * n, a1, b1);
+        first = LowBytes(d, hn::ShiftRightSame(a0, shift), hn::ShiftRightSame(a1, shift));
+        second = LowBytes(d, hn::ShiftRightSame(b0, shift), hn::ShiftRightSame(b1, shift));
+    }
+};
+
 struct PackedGEV {
     const uint8_t* line;
     void Decode(D8 d, size_t k, V8& first, V8& second) const {
@@ -120,6 +149,56 @@ uint32_t PairRow(const Decoder& decoder, const RowOutput& out, uint32_t pairs) {
     return 0;
 }
 
+// Dual taps: pair k holds the k-th pixel of each tap; a tap with step +1 fills its half
+// of the line from the half's start, any other step from the half's end.
+template <OutputKind Kind, class Decoder>
+uint32_t DualTapLoop(const Decoder& decoder, const RowOutput& out, uint32_t half, int32_t leftStep,
+                     int32_t rightStep) {
+    const D8 d;
+    const size_t n = hn::Lanes(d);
+    if (half < n) return 0;
+    for (size_t k = 0;; k += n) {
+        k = LastVectorAt(k, n, half);
+        V8 first, second;
+        decoder.Decode(d, k, first, second);
+        if (leftStep == 1) {
+            GrayStore<Kind>::Put(d, out, k, first);
+        } else {
+            GrayStore<Kind>::Put(d, out, half - k - n, ReverseBytes(d, first));
+        }
+        if (rightStep == 1) {
+            GrayStore<Kind>::Put(d, out, half + k, second);
+        } else {
+            GrayStore<Kind>::Put(d, out, 2 * size_t{half} - k - n, ReverseBytes(d, second));
+        }
+        if (k + n == half) break;
+    }
+    return half;
+}
+
+template <class Decoder>
+uint32_t DualTapRow(const Decoder& decoder, const RowOutput& out, uint32_t half, int32_t leftStep,
+                    int32_t rightStep) {
+#define ZN_TAP_CASE(kind)  \
+    case OutputKind::kind: \
+        return DualTapLoop<OutputKind::kind>(decoder, out, half, leftStep, rightStep);
+    switch (out.kind) {
+        ZN_TAP_CASE(kRGB16)
+        ZN_TAP_CASE(kRGB24)
+        ZN_TAP_CASE(kBGR24)
+        ZN_TAP_CASE(kRGB32)
+        ZN_TAP_CASE(kBGR32)
+        ZN_TAP_CASE(kPlanar24)
+        ZN_TAP_CASE(kGray8)
+        ZN_TAP_CASE(kGray10)
+        ZN_TAP_CASE(kGray12)
+        ZN_TAP_CASE(kGray14)
+        ZN_TAP_CASE(kGray16)
+    }
+#undef ZN_TAP_CASE
+    return 0;
+}
+
 }  // namespace
 
 uint32_t GrayscaleRow(GrayLayout layout, const RowSource& source, const RowOutput& out,
@@ -140,8 +219,28 @@ uint32_t GrayscaleRow(GrayLayout layout, const RowSource& source, const RowOutpu
     }
     return 0;
 }
+
+uint32_t GrayscaleDualTapRow(GrayLayout layout, const RowSource& source, const RowOutput& out,
+                             uint32_t pairs, int32_t leftStep, int32_t rightStep) {
+    const uint8_t* line = source.line;
+    const int shift = static_cast<int>(source.shift);
+    switch (layout) {
+        case GrayLayout::k8Bit:
+            return DualTapRow(Gray8Pairs{line, shift}, out, pairs, leftStep, rightStep);
+        case GrayLayout::k16Bit:
+            return DualTapRow(Gray16Pairs{line, shift}, out, pairs, leftStep, rightStep);
+        case GrayLayout::kPacked12:
+            return DualTapRow(Packed12{line, shift}, out, pairs, leftStep, rightStep);
+        default:
+            return 0;
+    }
+}
 #else
 uint32_t GrayscaleRow(GrayLayout, const RowSource&, const RowOutput&, uint32_t) {
+    return 0;
+}
+uint32_t GrayscaleDualTapRow(GrayLayout, const RowSource&, const RowOutput&, uint32_t, int32_t,
+                             int32_t) {
     return 0;
 }
 #endif
@@ -156,12 +255,18 @@ HWY_AFTER_NAMESPACE();
 namespace ZnConvertersLib {
 
 HWY_EXPORT(GrayscaleRow);
+HWY_EXPORT(GrayscaleDualTapRow);
 
 uint32_t GrayscaleVectorRow(GrayLayout layout, const RowSource& source, const RowOutput& out,
                             uint32_t count) {
     if (count < KernelChoice::kFewestForVector) return 0;
-    static KernelChoice::Chosen<decltype(&HWY_STATIC_DISPATCH(GrayscaleRow))> sRow;
-    return sRow.Get([] { return ZN_RESOLVE_ROW(GrayscaleRow); })(layout, source, out, count);
+    return ZN_CHOSEN_ROW_OF(GrayscaleRow)(layout, source, out, count);
+}
+
+uint32_t GrayscaleDualTapVectorRow(GrayLayout layout, const RowSource& source, const RowOutput& out,
+                                   uint32_t pairs, int32_t leftStep, int32_t rightStep) {
+    if (pairs < KernelChoice::kFewestForVector) return 0;
+    return ZN_CHOSEN_ROW_OF(GrayscaleDualTapRow)(layout, source, out, pairs, leftStep, rightStep);
 }
 
 }  // namespace ZnConvertersLib

@@ -23,4 +23,10 @@ enum class GrayLayout : uint8_t {
 uint32_t GrayscaleVectorRow(GrayLayout layout, const RowSource& source, const RowOutput& out,
                             uint32_t count);
 
+// A dual-tap line of `pairs` pairs (k8Bit, k16Bit: a pixel each; kPacked12): pair k holds
+// the k-th pixel of each tap, whose steps place it from its half's start (+1) or end.
+// Converts all pairs or none.
+uint32_t GrayscaleDualTapVectorRow(GrayLayout layout, const RowSource& source, const RowOutput& out,
+                                   uint32_t pairs, int32_t leftStep, int32_t rightStep);
+
 }  // namespace ZnConvertersLib

@@ -130,8 +130,7 @@ HWY_EXPORT(PackedRGBRow);
 uint32_t PackedRGBVectorRow(ColourLayout layout, const RowSource& source, const RowOutput& out,
                             uint32_t width) {
     if (width < KernelChoice::kFewestForVector) return 0;
-    static KernelChoice::Chosen<decltype(&HWY_STATIC_DISPATCH(PackedRGBRow))> sRow;
-    return sRow.Get([] { return ZN_RESOLVE_ROW(PackedRGBRow); })(layout, source, out, width);
+    return ZN_CHOSEN_ROW_OF(PackedRGBRow)(layout, source, out, width);
 }
 
 }  // namespace ZnConvertersLib

@@ -18,14 +18,12 @@ namespace {
 
 using D16 = hn::Repartition<uint16_t, D8>;
 
-// Lanes in reverse order. Bytes go through 16-bit lanes, whose reversal every target has.
+// Lanes in reverse order.
 HWY_INLINE hn::Vec<D16> Reversed(D16 d, hn::Vec<D16> v) {
     return hn::Reverse(d, v);
 }
 HWY_INLINE V8 Reversed(D8 d, V8 v) {
-    const D16 dw;
-    const hn::Vec<D16> w = hn::BitCast(dw, v);
-    return hn::BitCast(d, hn::Reverse(dw, hn::Or(hn::ShiftLeft<8>(w), hn::ShiftRight<8>(w))));
+    return ReverseBytes(d, v);
 }
 
 template <class D>
@@ -94,16 +92,13 @@ HWY_EXPORT(EveryOtherByteRow);
 uint32_t QuadTapsVectorRow(uint32_t pixelBytes, const unsigned char* source,
                            unsigned char* destination, std::size_t quarter, uint32_t groups) {
     if (groups < KernelChoice::kFewestForVector) return 0;
-    static KernelChoice::Chosen<decltype(&HWY_STATIC_DISPATCH(QuadTapsRow))> sRow;
-    return sRow.Get([] { return ZN_RESOLVE_ROW(QuadTapsRow); })(pixelBytes, source, destination,
-                                                                quarter, groups);
+    return ZN_CHOSEN_ROW_OF(QuadTapsRow)(pixelBytes, source, destination, quarter, groups);
 }
 
 uint32_t EveryOtherByteVectorRow(const unsigned char* source, unsigned char* destination,
                                  uint32_t width) {
     if (width < KernelChoice::kFewestForVector) return 0;
-    static KernelChoice::Chosen<decltype(&HWY_STATIC_DISPATCH(EveryOtherByteRow))> sRow;
-    return sRow.Get([] { return ZN_RESOLVE_ROW(EveryOtherByteRow); })(source, destination, width);
+    return ZN_CHOSEN_ROW_OF(EveryOtherByteRow)(source, destination, width);
 }
 
 }  // namespace ZnConvertersLib

@@ -268,8 +268,7 @@ HWY_EXPORT(YUVRow);
 uint32_t YUVVectorRow(YUVLayout layout, const RowSource& source, const RowOutput& out,
                       uint32_t groups) {
     if (groups < KernelChoice::kFewestForVector) return 0;
-    static KernelChoice::Chosen<decltype(&HWY_STATIC_DISPATCH(YUVRow))> sRow;
-    return sRow.Get([] { return ZN_RESOLVE_ROW(YUVRow); })(layout, source, out, groups);
+    return ZN_CHOSEN_ROW_OF(YUVRow)(layout, source, out, groups);
 }
 
 }  // namespace ZnConvertersLib
