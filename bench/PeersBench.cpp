@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <map>
@@ -36,6 +35,7 @@ constexpr uint32_t kWidth = 1920;
 constexpr uint32_t kHeight = 1080;
 constexpr int kW = static_cast<int>(kWidth);
 constexpr int kH = static_cast<int>(kHeight);
+constexpr int64 kPlanarBit = 0x800000;
 
 using Peer = std::function<void(const uint8_t* source, uint8_t* destination)>;
 
@@ -66,7 +66,7 @@ const std::vector<Row>& Rows() {
          CvtColor(CV_8UC2, CV_8UC4, cv::COLOR_YUV2BGRA_YUY2)},
         {"UYVY -> RGB24",
          0x40008,
-         0x20002,
+         0x420002,
          0,
          {},
          CvtColor(CV_8UC2, CV_8UC3, cv::COLOR_YUV2RGB_UYVY)},
@@ -91,7 +91,7 @@ const std::vector<Row>& Rows() {
          0xFFF},
         {"Bayer8 bilinear -> RGB24",
          0x20010,
-         0x20002,
+         0x420002,
          0x110,
          {},
          CvtColor(CV_8UC1, CV_8UC3, cv::COLOR_BayerGR2RGB)},
@@ -112,8 +112,8 @@ const std::vector<Row>& Rows() {
         {"RGB565 -> BGR32", 0x20001, 0x20007, 0,
          [](const uint8_t* s, uint8_t* d) { libyuv::RGB565ToARGB(s, 2 * kW, d, 4 * kW, kW, kH); },
          CvtColor(CV_8UC2, CV_8UC4, cv::COLOR_BGR5652BGRA)},
-        {"RGB64 -> BGR32",
-         0x20005,
+        {"RGB64 (10-bit) -> BGR32",
+         0x20009,
          0x20007,
          0,
          [](const uint8_t* s, uint8_t* d) {
@@ -141,22 +141,22 @@ struct Frames {
     std::vector<uint8_t> source;
     std::vector<uint8_t> destination;
     std::vector<uint8_t> copy;
+    size_t copyBytes = 0;  // the bytes of the converted image
 };
 
 Frames& FramesOf(const Row& row) {
     static std::map<const Row*, Frames> frames;
     Frames& f = frames[&row];
     if (f.source.empty()) {
-        if (!PixelTypeFactory::HasConverter(row.from, row.to)) {
-            std::fprintf(stderr, "no converter for %s\n", row.name);
-            std::exit(1);
-        }
         const PixelConverter& converter = PixelTypeFactory::GetConverter(row.from, row.to);
         // Room for the documented overruns of some kernels past the frame.
         const size_t sourceBytes =
             static_cast<size_t>(converter.GetSourceLineSize(kWidth)) * (kHeight + 2);
-        const size_t destinationBytes =
-            static_cast<size_t>(converter.GetDestinationPixelSize()) * kWidth * (kHeight + 2);
+        // Planar output puts each plane a whole destination frame (stride times height)
+        // after the one before.
+        const size_t frame =
+            static_cast<size_t>(converter.GetDestinationLineSize(kWidth)) * (kHeight + 2);
+        const size_t destinationBytes = (row.to & kPlanarBit) != 0 ? 3 * frame : frame;
         std::mt19937 rng(7);
         f.source.resize(sourceBytes);
         if (row.sampleMask > 0xFF) {
@@ -169,7 +169,8 @@ Frames& FramesOf(const Row& row) {
             for (auto& b : f.source) b = static_cast<uint8_t>(rng());
         }
         f.destination.assign(destinationBytes, 0);
-        f.copy.assign(destinationBytes, 0);
+        f.copyBytes = static_cast<size_t>(converter.GetDestinationPixelSize()) * kWidth * kHeight;
+        f.copy.assign(f.copyBytes, 0);
     }
     return f;
 }
@@ -204,9 +205,8 @@ void RunPeer(benchmark::State& state, const Row* row, const Peer* peer) {
 // The floor every row is held to: writing the destination frame.
 void Memcpy(benchmark::State& state, const Row* row) {
     Frames& f = FramesOf(*row);
-    const size_t bytes = f.destination.size() / (kHeight + 2) * kHeight;
     for (auto _ : state) {
-        std::memcpy(f.destination.data(), f.copy.data(), bytes);
+        std::memcpy(f.destination.data(), f.copy.data(), f.copyBytes);
         benchmark::ClobberMemory();
     }
     SetRate(state);
@@ -300,6 +300,12 @@ int main(int argc, char** argv) {
     int count = static_cast<int>(args.size());
     benchmark::Initialize(&count, args.data());
 
+    for (const Row& row : Rows()) {
+        if (!PixelTypeFactory::HasConverter(row.from, row.to)) {
+            std::fprintf(stderr, "no converter for %s\n", row.name);
+            return 1;
+        }
+    }
     for (const Row& row : Rows()) {
         const std::string name = row.name;
         benchmark::RegisterBenchmark((name + "/ours").c_str(), Ours, &row);
