@@ -26,6 +26,7 @@
 
 #include "ZnConvertersLib/PixelConverter.h"
 #include "ZnConvertersLib/PixelTypeFactory.h"
+#include "ZnConvertersLib/RGBFilter.h"
 
 using namespace ZnConvertersLib;
 
@@ -192,6 +193,29 @@ void Ours(benchmark::State& state, const Row* row) {
     SetRate(state);
 }
 
+// The same conversion with a white balance: the filter's look-ups run on every channel.
+void OursWhiteBalanced(benchmark::State& state, const Row* row) {
+    static const RGBFilter* const filter = [] {
+        auto* f = new RGBFilter(8);
+        f->SetMultipliers(1.2, 1.0, 1.4);
+        return f;
+    }();
+    const PixelConverter& converter = PixelTypeFactory::GetConverter(row->from, row->to);
+    Frames& f = FramesOf(*row);
+    for (auto _ : state) {
+        converter.ConvertFiltered(filter, f.source.data(), kWidth, kHeight, f.destination.data(),
+                                  kWidth, kHeight, kWidth, kHeight, row->flags, 0, nullptr, nullptr,
+                                  0);
+        benchmark::ClobberMemory();
+    }
+    SetRate(state);
+}
+
+// Gray sources are never filtered.
+bool ColourSource(const Row& row) {
+    return ((row.from >> 16) & 0xF) != 1;
+}
+
 void RunPeer(benchmark::State& state, const Row* row, const Peer* peer) {
     cv::setNumThreads(1);
     Frames& f = FramesOf(*row);
@@ -236,45 +260,44 @@ private:
     std::map<std::string, double> mSeconds;
 };
 
-void PrintTable(const TableReporter& table, bool markdown) {
-    const char* header[] = {"conversion", "ours", "libyuv", "OpenCV", "memcpy", "ours/best peer"};
+std::string Format(const char* format, double value) {
+    char text[32];
+    std::snprintf(text, sizeof text, format, value);
+    return text;
+}
+
+void PrintLine(const std::vector<std::string>& cells, bool markdown) {
     if (markdown) {
-        std::printf("\n| %s | %s | %s | %s | %s | %s |\n|---|--:|--:|--:|--:|--:|\n", header[0],
-                    header[1], header[2], header[3], header[4], header[5]);
+        for (const std::string& cell : cells) std::printf("| %s ", cell.c_str());
+        std::printf("|\n");
     } else {
-        std::printf("\n%-28s %9s %9s %9s %9s %15s   (MPix/s)\n", header[0], header[1], header[2],
-                    header[3], header[4], header[5]);
+        std::printf("%-28s", cells[0].c_str());
+        for (size_t i = 1; i < cells.size(); ++i) std::printf(" %14s", cells[i].c_str());
+        std::printf("\n");
     }
-    const auto cell = [](double rate) {
-        char text[32];
-        if (rate > 0) {
-            std::snprintf(text, sizeof text, "%.0f", rate);
-        } else {
-            std::snprintf(text, sizeof text, "-");
-        }
-        return std::string(text);
-    };
+}
+
+void PrintTable(const TableReporter& table, bool markdown) {
+    std::printf("\n");
+    PrintLine({"conversion", "ours", "libyuv", "OpenCV", "memcpy", "ours/best peer",
+               "white-balanced/ours"},
+              markdown);
+    if (markdown) std::printf("|---|--:|--:|--:|--:|--:|--:|\n");
+    const auto rate = [](double value) { return value > 0 ? Format("%.0f", value) : "-"; };
     for (const Row& row : Rows()) {
         const double ours = table.Rate(row.name, "ours");
         const double libyuv = table.Rate(row.name, "libyuv");
         const double opencv = table.Rate(row.name, "opencv");
         const double copy = table.Rate(row.name, "memcpy");
+        const double balanced = table.Rate(row.name, "white-balanced");
         if (ours == 0) continue;
         const double best = std::max(libyuv, opencv);
-        char ratio[32];
-        if (best > 0) {
-            std::snprintf(ratio, sizeof ratio, "%.2f", ours / best);
-        } else {
-            std::snprintf(ratio, sizeof ratio, "%.2f x memcpy", ours / copy);
-        }
-        if (markdown) {
-            std::printf("| %s | %s | %s | %s | %s | %s |\n", row.name, cell(ours).c_str(),
-                        cell(libyuv).c_str(), cell(opencv).c_str(), cell(copy).c_str(), ratio);
-        } else {
-            std::printf("%-28s %9s %9s %9s %9s %15s\n", row.name, cell(ours).c_str(),
-                        cell(libyuv).c_str(), cell(opencv).c_str(), cell(copy).c_str(), ratio);
-        }
+        PrintLine({row.name, rate(ours), rate(libyuv), rate(opencv), rate(copy),
+                   best > 0 ? Format("%.2f", ours / best) : Format("%.2f x memcpy", ours / copy),
+                   balanced > 0 ? Format("%.2f", balanced / ours) : "-"},
+                  markdown);
     }
+    if (!markdown) std::printf("(MPix/s)\n");
 }
 
 }  // namespace
@@ -314,6 +337,10 @@ int main(int argc, char** argv) {
         if (row.opencv)
             benchmark::RegisterBenchmark((name + "/opencv").c_str(), RunPeer, &row, &row.opencv);
         benchmark::RegisterBenchmark((name + "/memcpy").c_str(), Memcpy, &row);
+        if (ColourSource(row)) {
+            benchmark::RegisterBenchmark((name + "/white-balanced").c_str(), OursWhiteBalanced,
+                                         &row);
+        }
     }
     TableReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
