@@ -39,8 +39,12 @@ public:
         if (width != 0) {
             const FilterTables8& tables = ActiveFilterTables(*context);
             const LineWriter<Output> out(destination, *context);
+            const uint32_t pairs = (width - 1) / 2 + 1;
+            const uint32_t done = BitPackedRGBVectorRow(
+                ColourLayout::kRGB12V1, {source, 0, 0},
+                MakeRowOutput<Output>(destination, out.PlaneSize(), tables), 2 * pairs);
             PackedRGBDetail::WriteColourPairs(BitPackedRGBDetail::RGB12V1PairReader(source), out,
-                                              tables, (width - 1) / 2 + 1);
+                                              tables, done / 2, pairs);
         }
         return ZnUtilsLib::Result(ResultCode::kSuccess);
     }

@@ -57,6 +57,40 @@ struct Bgr10V2 {
     }
 };
 
+// Nine bytes a pixel pair: R0 G0 B0 R1 G1 B1 as 12-bit samples two per three bytes, the
+// outer byte of each three a sample's top eight bits: R0 = byte 0, G0 = 2, B0 = 3,
+// R1 = 5, G1 = 6, B1 = 8. Read as 3-byte units, those are the first and last bytes of
+// units 3k, 3k + 1 and 3k + 2; a second deinterleave of each by three sorts them by pair.
+struct Rgb12V1 {
+    const uint8_t* line;
+    using DH = hn::Half<D8>;
+    using VH = hn::Vec<DH>;
+    // Pixels in order from the values of the first and second pixels of pairs.
+    static V8 InPairs(D8 d, VH first, VH second) {
+        HWY_ALIGN uint8_t buffer[hn::MaxLanes(D8())];
+        hn::StoreInterleaved2(first, second, DH(), buffer);
+        return hn::Load(d, buffer);
+    }
+    HWY_INLINE void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
+        const DH dh;
+        const size_t h = hn::Lanes(dh);
+        const uint8_t* p = line + 9 * (i / 2);
+        HWY_ALIGN uint8_t outer[2][3 * hn::MaxLanes(DH())];
+        for (size_t part = 0; part < 3; ++part) {
+            VH first, middle, last;
+            hn::LoadInterleaved3(dh, p + 3 * h * part, first, middle, last);
+            hn::StoreU(first, dh, outer[0] + h * part);
+            hn::StoreU(last, dh, outer[1] + h * part);
+        }
+        VH r0, b0, g1, g0, r1, b1;
+        hn::LoadInterleaved3(dh, outer[0], r0, b0, g1);
+        hn::LoadInterleaved3(dh, outer[1], g0, r1, b1);
+        r = InPairs(d, r0, r1);
+        g = InPairs(d, g0, g1);
+        b = InPairs(d, b0, b1);
+    }
+};
+
 // Three planes one plane size apart; samples shifted right and cut to 8 bits.
 template <class Sample>
 struct Planes {
@@ -93,6 +127,8 @@ uint32_t BitPackedRGBRow(ColourLayout layout, const RowSource& source, const Row
             return ColourRow(Bgr10V1{line}, out, width);
         case ColourLayout::kBGR10V2:
             return ColourRow(Bgr10V2{line}, out, width);
+        case ColourLayout::kRGB12V1:
+            return ColourRow(Rgb12V1{line}, out, width);
         case ColourLayout::kPlanar8:
             return ColourRow(Planes<uint8_t>{line, source.planeSize, source.shift}, out, width);
         case ColourLayout::kPlanar16:

@@ -68,8 +68,8 @@ void StoreColour(const LineWriter<Output>& out, std::ptrdiff_t i, const FilterTa
 // Pair readers fill the two pixels of group k; pixels 2k and 2k + 1 are stored.
 template <bool kFiltered, class Output, class Reader>
 void StoreColourPairs(const Reader& read, const LineWriter<Output>& out,
-                      const FilterTables8& tables, uint32_t pairCount) {
-    for (uint32_t k = 0; k < pairCount; ++k) {
+                      const FilterTables8& tables, uint32_t begin, uint32_t pairCount) {
+    for (uint32_t k = begin; k < pairCount; ++k) {
         Rgb8 first, second;
         read(k, first, second);
         const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(k);
@@ -80,12 +80,12 @@ void StoreColourPairs(const Reader& read, const LineWriter<Output>& out,
 
 template <class Output, class Reader>
 void WriteColourPairs(const Reader& read, const LineWriter<Output>& out,
-                      const FilterTables8& tables, uint32_t pairCount) {
+                      const FilterTables8& tables, uint32_t begin, uint32_t pairCount) {
     static_assert(Output::kIsColour, "colour sources need a colour output");
     if (tables.identity) {
-        StoreColourPairs<false>(read, out, tables, pairCount);
+        StoreColourPairs<false>(read, out, tables, begin, pairCount);
     } else {
-        StoreColourPairs<true>(read, out, tables, pairCount);
+        StoreColourPairs<true>(read, out, tables, begin, pairCount);
     }
 }
 
