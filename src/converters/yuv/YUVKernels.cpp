@@ -1,7 +1,8 @@
 // Vector rows of the YUV family, written once and compiled for every target
-// (YUVKernels.h). Each decoder gives the Y, U and V of whole vectors of pixels in pixel
-// order (a group's chroma repeated for each of its pixels); one matrix turns them into
-// R, G and B; the shared stage filters and stores them.
+// (YUVKernels.h). The 4:2:2 decoders take a group a 32-bit lane and share its chroma
+// terms between its two pixels; the others give Y, U and V per pixel in order (4:1:1
+// chroma repeated for its four pixels) to one matrix. The shared stage filters and
+// stores the R, G and B vectors.
 //
 // The matrix forms the plain row's own 32-bit sums by pairwise multiply-adds of 16-bit
 // samples, with black level, chroma zero and rounding folded into one constant per
@@ -32,7 +33,6 @@ using namespace YUVDetail;
 using D16 = hn::Repartition<uint16_t, D8>;
 using V16 = hn::Vec<D16>;
 using DI16 = hn::Repartition<int16_t, D8>;
-using VI16 = hn::Vec<DI16>;
 using DI32 = hn::Repartition<int32_t, D8>;
 using VI32 = hn::Vec<DI32>;
 
