@@ -43,29 +43,19 @@ Bytes WithSlack(Bytes image) {
     return image;
 }
 
-TEST(QuadTaps, EachTapFillsItsQuarterFromTheRightEnd) {
+TEST(QuadTaps, QuartersFollowThePaddedDestinationStrideAndWholeGroups) {
     const Dalsa4x8ToGrayscale8 converter(kSource, kDestination, 1, 1);
-    // 16 pixels, Q = 4: source 0, 1, 2, 3 -> 3, 7, 11, 15; source 12..15 -> 0, 4, 8, 12.
-    const Bytes got = Reorder(converter, Counting(16, 1), 16, 1, 0, 16, 0);
-    EXPECT_EQ(got, WithSlack({12, 8, 4, 0, 13, 9, 5, 1, 14, 10, 6, 2, 15, 11, 7, 3}));
-}
-
-TEST(QuadTaps, QuartersFollowThePaddedDestinationStride) {
-    const Dalsa4x8ToGrayscale8 converter(kSource, kDestination, 1, 1);
-    // Destination stride 20 -> Q = 5: group k goes to 4 - k, 9 - k, 14 - k, 19 - k, so
-    // pixels 0, 5, 10 and 15 are skipped and 16..19 land in the padding. Source lines carry
-    // 3 padding bytes that must not be read as pixels.
+    // Each tap fills its quarter from the right end. Destination stride 20 -> Q = 5: group
+    // k goes to 4 - k, 9 - k, 14 - k, 19 - k, so pixels 0, 5, 10 and 15 are skipped and
+    // 16..19 land in the padding. Source lines carry 3 padding bytes that must not be read
+    // as pixels.
     const Bytes got = Reorder(converter, Counting(19, 2), 16, 2, 3, 16, 4);
     const Bytes line0 = {_, 12, 8, 4, 0, _, 13, 9, 5, 1, _, 14, 10, 6, 2, _, 15, 11, 7, 3};
-    Bytes expected;
-    for (uint8_t v : line0) expected.push_back(v);
+    Bytes expected = line0;
     for (uint8_t v : line0) expected.push_back(v == _ ? _ : uint8_t(v + 0x40));
     EXPECT_EQ(got, WithSlack(expected));
-}
-
-TEST(QuadTaps, PixelsAfterTheLastWholeGroupAreDropped) {
-    const Dalsa4x8ToGrayscale8 converter(kSource, kDestination, 1, 1);
-    // Width 6 on lines of 8 (Q = 2): only source 0..3, to 1, 3, 5, 7.
+    // Pixels after the last whole group are dropped. Width 6 on lines of 8 (Q = 2): only source
+    // 0..3, to 1, 3, 5, 7.
     EXPECT_EQ(Reorder(converter, Counting(6, 1), 6, 1, 0, 8, 0),
               WithSlack({_, 0, _, 1, _, 2, _, 3}));
     // Fewer than four pixels: nothing at all.
@@ -82,22 +72,19 @@ TEST(QuadTaps, SixteenBitWordsMoveUnchanged) {
 }
 
 TEST(QuadTaps, FlagConstructorNamesTheTenBitQuadTapTypes) {
-    const Dalsa4x16ToGrayscale16 plain(false);
-    const Dalsa4x16ToGrayscale16 normalized(true);
+    const Dalsa4x16ToGrayscale16 plain(false), normalized(true);
     EXPECT_EQ(plain.GetSourceTypeID(), 0x10007);
     EXPECT_EQ(plain.GetDestinationTypeID(), 0x10002);
     EXPECT_EQ(normalized.GetSourceTypeID(), 0x110007);
     EXPECT_EQ(normalized.GetDestinationTypeID(), 0x110002);
-    for (const PixelConverter* c : {static_cast<const PixelConverter*>(&plain),
-                                    static_cast<const PixelConverter*>(&normalized)}) {
-        EXPECT_EQ(c->GetSourcePixelSize(), 2u);
-        EXPECT_EQ(c->GetDestinationPixelSize(), 2u);
-        EXPECT_EQ(c->GetPixelGranularity(), 4u);
-        EXPECT_EQ(c->GetLineGranularity(), 1u);
-    }
+    EXPECT_EQ(normalized.GetSourcePixelSize(), 2u);
+    EXPECT_EQ(normalized.GetDestinationPixelSize(), 2u);
+    // Every reordering works in groups of four pixels.
+    EXPECT_EQ(plain.GetPixelGranularity(), 4u);
     EXPECT_EQ(Dalsa4x8ToGrayscale8(kSource, kDestination, 1, 1).GetPixelGranularity(), 4u);
     EXPECT_EQ(DualLinesGrayscale8ToGrayscale8(kSource, kDestination, 1, 1).GetPixelGranularity(),
               4u);
+    EXPECT_EQ(plain.GetLineGranularity(), 1u);
 }
 
 // Two consecutive source lines hold two image lines interleaved byte by byte. Widths below,
@@ -107,15 +94,14 @@ class DualLines : public ::testing::TestWithParam<uint32_t> {};
 TEST_P(DualLines, EvenLinesTakeEvenBytesAndOddLinesTheOddBytes) {
     const uint32_t width = GetParam();
     const uint32_t sourcePadding = 2, destinationPadding = 3, height = 4;
-    const uint32_t sourceStride = width + sourcePadding;
-    const uint32_t destinationStride = width + destinationPadding;
+    const uint32_t sourceStride = width + sourcePadding,
+                   destinationStride = width + destinationPadding;
     const DualLinesGrayscale8ToGrayscale8 converter(kSource, kDestination, 1, 1);
     // Lines 2k and 2k + 1 interleave over source bytes [2k * stride, (2k + 2) * stride).
     Bytes source(sourceStride * height);
     for (uint32_t i = 0; i < source.size(); ++i) source[i] = uint8_t(i);
     const Bytes got =
         Reorder(converter, source, width, height, sourcePadding, width, destinationPadding);
-
     Bytes expected(destinationStride * height + kSlack, _);
     for (uint32_t y = 0; y < height; ++y) {
         const uint32_t pairStart = (y / 2) * 2 * sourceStride + (y % 2);
@@ -127,15 +113,6 @@ TEST_P(DualLines, EvenLinesTakeEvenBytesAndOddLinesTheOddBytes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(TapReordering, DualLines, ::testing::Values(3u, 4u, 6u, 8u));
-
-TEST(DualLinesExample, EightPixelPairSplitsIntoTwoLines) {
-    const DualLinesGrayscale8ToGrayscale8 converter(kSource, kDestination, 1, 1);
-    const Bytes source = {0xA0, 0xB0, 0xA1, 0xB1, 0xA2, 0xB2, 0xA3, 0xB3,
-                          0xA4, 0xB4, 0xA5, 0xB5, 0xA6, 0xB6, 0xA7, 0xB7};
-    EXPECT_EQ(Reorder(converter, source, 8, 2, 0, 8, 0),
-              WithSlack({0xA0, 0xA1, 0xA2, 0xA3, 0xA4, 0xA5, 0xA6, 0xA7, 0xB0, 0xB1, 0xB2, 0xB3,
-                         0xB4, 0xB5, 0xB6, 0xB7}));
-}
 
 TEST(DualLinesExample, ThreadsSharingOneConverterEachSeeTheirOwnLineParity) {
     const DualLinesGrayscale8ToGrayscale8 converter(kSource, kDestination, 1, 1);
