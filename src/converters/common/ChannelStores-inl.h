@@ -86,27 +86,49 @@ private:
 
 #else
 
-// Sixteen 16-entry byte shuffles. Chunk k serves the indices 16k .. 16k + 15: after
-// subtracting 16k, adding 0x70 with saturation leaves those below 0x80 (a shuffle uses
-// their low four bits) and pushes every other index to 0x80 or above (shuffled to 0).
+// Byte shuffles over the table's two halves, eight 16-entry chunks each. In chunk k of a
+// half, the index (within the half) less 16k keeps its top bit clear exactly when the
+// index lies in chunk k or above, and a shuffle then reads its low four bits (a set top
+// bit reads 0). Chunks are stored as the XOR of consecutive table chunks, so XOR-ing the
+// shuffles of chunks 0 ... k telescopes to chunk k's entry. The index's top bit picks
+// the half.
 class Table256 {
 public:
-    explicit Table256(const uint8_t* table) : mTable(table) {}
-    V8 Apply(D8 d, V8 index) const {
-        const V8 bias = hn::Set(d, 0x70);
-        const V8 step = hn::Set(d, 16);
-        V8 result = hn::Zero(d);
-        V8 x = index;
-        for (int k = 0; k < 16; ++k) {
-            const V8 chunk = hn::LoadDup128(d, mTable + 16 * k);
-            result = hn::Or(result, hn::TableLookupBytesOr0(chunk, hn::SaturatedAdd(x, bias)));
-            x = hn::Sub(x, step);
+    explicit Table256(const uint8_t* table) {
+        const hn::Full128<uint8_t> d16;
+        for (int half = 0; half < 2; ++half) {
+            const uint8_t* chunks = table + 128 * half;
+            uint8_t* out = mChunks + 128 * half;
+            hn::StoreU(hn::LoadU(d16, chunks), d16, out);
+            for (int k = 1; k < 8; ++k) {
+                hn::StoreU(
+                    hn::Xor(hn::LoadU(d16, chunks + 16 * k), hn::LoadU(d16, chunks + 16 * (k - 1))),
+                    d16, out + 16 * k);
+            }
         }
-        return result;
+    }
+    V8 Apply(D8 d, V8 index) const {
+        const V8 step = hn::Set(d, 16);
+        V8 low = index;
+        V8 high = hn::Xor(index, hn::Set(d, 0x80));
+        V8 fromLow = hn::Zero(d), fromHigh = hn::Zero(d);
+        for (int k = 0; k < 8; ++k) {
+            fromLow =
+                hn::Xor(fromLow, hn::TableLookupBytesOr0(hn::LoadDup128(d, mChunks + 16 * k), low));
+            fromHigh = hn::Xor(
+                fromHigh, hn::TableLookupBytesOr0(hn::LoadDup128(d, mChunks + 128 + 16 * k), high));
+            low = hn::Sub(low, step);
+            high = hn::Sub(high, step);
+        }
+        // A whole-lane mask: without SSE4's blend, a select reads every bit of it.
+        const hn::RebindToSigned<D8> di;
+        const auto upper =
+            hn::MaskFromVec(hn::BitCast(d, hn::BroadcastSignBit(hn::BitCast(di, index))));
+        return hn::IfThenElse(upper, fromHigh, fromLow);
     }
 
 private:
-    const uint8_t* mTable;
+    HWY_ALIGN uint8_t mChunks[256];
 };
 
 #endif
