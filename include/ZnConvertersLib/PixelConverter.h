@@ -59,7 +59,7 @@ public:
         uint32_t sourcePadding) const;  // slot 10
     // flags: bit 0 = second field first (interlaced sources); one-hot 0x10, 0x20, 0x40,
     // 0x80 = Bayer tile pattern (0x10 when none is set); 0x100 = Bayer neighbourhood
-    // method. Paddings are bytes appended to each line after its pixels.
+    // method (named, with each tile drawn, in Bayer.h). Paddings are bytes appended to each line after its pixels.
     virtual ZnUtilsLib::Result Convert(const unsigned char* source, uint32_t sourceWidth,
                                        uint32_t sourceHeight, unsigned char* destination,
                                        uint32_t destinationWidth, uint32_t destinationHeight,
