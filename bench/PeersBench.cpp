@@ -4,7 +4,10 @@
 // slows all of them alike; the table printed at the end gives medians and the ratio of
 // ours to the fastest peer.
 //
-//   bench_PeersBench [--quick] [--markdown] [benchmark flags]
+//   bench_PeersBench [--quick] [--markdown] [--target NAME] [benchmark flags]
+//
+// --target runs our kernels for one SIMD target the CPU supports (AVX2, SSE4, ...), so an
+// AVX-512 machine also reports the speed older ones get.
 //
 // Peers use their own colour matrices and rounding: the comparison is of speed, not
 // bytes. Built only where libyuv and OpenCV are installed.
@@ -27,6 +30,7 @@
 #include "ZnConvertersLib/PixelConverter.h"
 #include "ZnConvertersLib/PixelTypeFactory.h"
 #include "ZnConvertersLib/RGBFilter.h"
+#include "converters/common/KernelChoice.h"
 
 using namespace ZnConvertersLib;
 
@@ -300,6 +304,20 @@ void PrintTable(const TableReporter& table, bool markdown) {
     if (!markdown) std::printf("(MPix/s)\n");
 }
 
+bool UseTargetNamed(const char* name) {
+    std::string known;
+    for (int64_t target : KernelChoice::AvailableTargets()) {
+        if (KernelChoice::TargetName(target) == name) {
+            KernelChoice::UseOnlyTargetForTest(target);
+            return true;
+        }
+        known += " " + KernelChoice::TargetName(target);
+    }
+    std::fprintf(stderr, "target %s is not available here; this CPU has:%s\n", name,
+                 known.c_str());
+    return false;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -310,6 +328,8 @@ int main(int argc, char** argv) {
             quick = true;
         } else if (std::strcmp(argv[i], "--markdown") == 0) {
             markdown = true;
+        } else if (std::strcmp(argv[i], "--target") == 0 && i + 1 < argc) {
+            if (!UseTargetNamed(argv[++i])) return 2;
         } else {
             args.push_back(argv[i]);
         }

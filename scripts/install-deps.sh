@@ -9,6 +9,9 @@ command -v g++ >/dev/null 2>&1 || missing+=(g++)
 [ -f /usr/include/hwy/highway.h ] || missing+=(libhwy-dev)
 if [ "${ZN_WITH_BENCHMARKS:-0}" = 1 ]; then
   [ -f /usr/include/benchmark/benchmark.h ] || missing+=(libbenchmark-dev)
+  # The peers the benchmarks compare against; the library never links them.
+  [ -f /usr/include/libyuv.h ] || missing+=(libyuv-dev)
+  [ -d /usr/include/opencv4 ] || missing+=(libopencv-dev)
 fi
 
 if [ ${#missing[@]} -gt 0 ]; then

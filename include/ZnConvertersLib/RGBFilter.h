@@ -61,6 +61,7 @@ protected:
 
 private:
     struct Tables;
+    friend struct RGBFilterGains;
 
     ZnUtilsLib::Result SetValue(unsigned short* table16, uint8_t* table8, uint32_t index,
                                 unsigned short value, bool updateIdentity);

@@ -52,10 +52,27 @@ void FillTables(const RGBFilter& filter, FilterTables8& tables) {
     tables.red = filter.GetRedTable8();
     tables.green = filter.GetGreenTable8();
     tables.blue = filter.GetBlueTable8();
+    tables.gains = nullptr;
+    if (IsDefaultFilter(filter)) {
+        tables.identity = true;
+        return;
+    }
+    // Known gains answer the identity question without reading the tables.
+    if (const ChannelGain8* gains = RGBFilterGains::Get(filter)) {
+        bool unity = true;
+        for (int c = 0; c < 3; ++c) {
+            const ChannelGain8& gain = gains[c];
+            unity = unity && gain.whole == 1 && gain.fraction == 0 && gain.offset == 0 &&
+                    !gain.anyLessOne;
+        }
+        tables.identity = unity;
+        tables.gains = unity ? nullptr : gains;
+        return;
+    }
     const uint8_t* identity = kIdentityTable8.data();
-    tables.identity = IsDefaultFilter(filter) || (std::memcmp(tables.red, identity, 256) == 0 &&
-                                                  std::memcmp(tables.green, identity, 256) == 0 &&
-                                                  std::memcmp(tables.blue, identity, 256) == 0);
+    tables.identity = std::memcmp(tables.red, identity, 256) == 0 &&
+                      std::memcmp(tables.green, identity, 256) == 0 &&
+                      std::memcmp(tables.blue, identity, 256) == 0;
 }
 
 }  // namespace

@@ -1,8 +1,11 @@
 #include "ZnConvertersLib/RGBFilter.h"
 
+#include <atomic>
+#include <cmath>
 #include <vector>
 
 #include "ZnConvertersLib/Types.h"
+#include "framework/FilterGains.h"
 
 namespace ZnConvertersLib {
 
@@ -13,7 +16,50 @@ struct RGBFilter::Tables {
         : red8(256), green8(256), blue8(256), red16(entries), green16(entries), blue16(entries) {}
     std::vector<uint8_t> red8, green8, blue8;
     std::vector<unsigned short> red16, green16, blue16;
+    // The 8-bit tables as gains, when SetMultipliers made them and no entry was set
+    // since. Conversions on other threads read them while holding no lock.
+    std::atomic<bool> gainsValid{false};
+    ChannelGain8 gains[3] = {};
 };
+
+namespace {
+
+// The gain that reproduces every entry of `table8`, or false. Gains just above the
+// multiplier leave each entry equal or one below, which the bit map records; the first
+// that fits is kept.
+bool FitGain(double multiplier, unsigned short offset, const uint8_t* table8, ChannelGain8& out) {
+    const double capped = multiplier < 256.0 ? multiplier : 256.0;
+    const auto floorFixed = static_cast<uint32_t>(std::floor(capped * 65536.0));
+    for (const uint32_t fixed : {floorFixed + 1, floorFixed + 2, floorFixed}) {
+        ChannelGain8 gain{static_cast<uint16_t>(fixed >> 16),
+                          static_cast<uint16_t>(fixed & 0xFFFF),
+                          offset,
+                          false,
+                          {}};
+        bool fits = gain.whole <= 256;
+        for (uint32_t i = 0; i < 256 && fits; ++i) {
+            const uint32_t computed = ApplyGain(gain, i);
+            if (computed == table8[i] + 1u) {
+                gain.lessOne[i >> 3] = static_cast<uint8_t>(gain.lessOne[i >> 3] | (1u << (i & 7)));
+                gain.anyLessOne = true;
+            } else {
+                fits = computed == table8[i];
+            }
+        }
+        if (fits) {
+            out = gain;
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+const ChannelGain8* RGBFilterGains::Get(const RGBFilter& filter) {
+    const RGBFilter::Tables& tables = *filter.mTables;
+    return tables.gainsValid.load(std::memory_order_acquire) ? tables.gains : nullptr;
+}
 
 RGBFilter::RGBFilter(uint32_t bitSize)
     : mBitSize(bitSize),
@@ -59,6 +105,7 @@ Result RGBFilter::SetValue(unsigned short* table16, uint8_t* table8, uint32_t in
     if (index >= GetEntryCount() || value >= GetEntryCount()) {
         return Result(ResultCode::kInvalidRequest);
     }
+    mTables->gainsValid.store(false, std::memory_order_relaxed);
     table16[index] = value;
     uint32_t written = value;
     if (index < 256) {
@@ -104,6 +151,14 @@ Result RGBFilter::SetMultipliers(double red, double green, double blue, unsigned
         SetBlueValue(i, scaled(i, blue, blueOffset), false);
     }
     UpdateIdentity();
+    // Conversions compute gains instead of looking every channel up; fitted against the
+    // tables as they now are, since a derived filter's setters may have written others.
+    Tables& tables = *mTables;
+    if (GetEntryCount() >= 256 && FitGain(red, redOffset, mRed8, tables.gains[0]) &&
+        FitGain(green, greenOffset, mGreen8, tables.gains[1]) &&
+        FitGain(blue, blueOffset, mBlue8, tables.gains[2])) {
+        tables.gainsValid.store(true, std::memory_order_release);
+    }
     return Result(ResultCode::kSuccess);
 }
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "ZnConvertersLib/ConversionContext.h"
+#include "framework/FilterGains.h"
 
 namespace ZnConvertersLib {
 
@@ -21,6 +22,9 @@ struct FilterTables8 {
     // tables themselves decide, since a filter's identity flag is not kept exact by
     // every setter.
     bool identity;
+    // Not the identity, and the tables are these red, green and blue gains: rows may
+    // compute instead of looking up. Null otherwise.
+    const ChannelGain8* gains;
 };
 
 // True for the library's default filters, which are identities by construction.
