@@ -133,11 +133,14 @@ private:
 
 #endif
 
-// The three channel tables of a filter.
-class ChannelTables {
+// A filter's red, green and blue channels, each applied by its own Channel (a table or a
+// gain).
+template <class Channel>
+class FilterChannels {
 public:
-    explicit ChannelTables(const FilterTables8& tables)
-        : mRed(tables.red), mGreen(tables.green), mBlue(tables.blue) {}
+    template <class Source>
+    FilterChannels(const Source& red, const Source& green, const Source& blue)
+        : mRed(red), mGreen(green), mBlue(blue) {}
     void Apply(D8 d, V8& r, V8& g, V8& b) const {
         r = mRed.Apply(d, r);
         g = mGreen.Apply(d, g);
@@ -145,8 +148,12 @@ public:
     }
 
 private:
-    Table256 mRed, mGreen, mBlue;
+    Channel mRed, mGreen, mBlue;
 };
+
+inline FilterChannels<Table256> ChannelTables(const FilterTables8& tables) {
+    return {tables.red, tables.green, tables.blue};
+}
 
 // The three channel gains of a filter whose tables are gains (framework/FilterGains.h):
 // the same bytes as the tables, a few multiplies and shuffles instead of dozens.
@@ -209,19 +216,9 @@ private:
     HWY_ALIGN uint8_t mLessOne[32];
 };
 
-class ChannelGains {
-public:
-    explicit ChannelGains(const FilterTables8& tables)
-        : mRed(tables.gains[0]), mGreen(tables.gains[1]), mBlue(tables.gains[2]) {}
-    void Apply(D8 d, V8& r, V8& g, V8& b) const {
-        r = mRed.Apply(d, r);
-        g = mGreen.Apply(d, g);
-        b = mBlue.Apply(d, b);
-    }
-
-private:
-    ChannelGain mRed, mGreen, mBlue;
-};
+inline FilterChannels<ChannelGain> ChannelGains(const FilterTables8& tables) {
+    return {tables.gains[0], tables.gains[1], tables.gains[2]};
+}
 
 // ---------------------------------------------------------------------------------------
 // Stores of one vector of pixels at pixel index i of a line.
