@@ -4,6 +4,7 @@
 #include "ZnConvertersLib/PixelType.h"
 #include "ZnConvertersLib/PixelTypeFactory.h"
 #include "ZnConvertersLib/RGBFilter.h"
+#include "framework/ConversionWalk.h"
 #include "framework/ThreadConversionState.h"
 
 namespace ZnConvertersLib {
@@ -14,7 +15,6 @@ namespace {
 
 constexpr uint32_t kBayerPatternFlags = 0xF0;
 constexpr uint32_t kDefaultBayerPattern = 0x10;
-constexpr uint32_t kSecondFieldFirst = 0x1;
 
 }  // namespace
 
@@ -111,58 +111,11 @@ Result PixelConverter::Convert(const unsigned char* source, uint32_t sourceWidth
     const uint32_t sourceStride = GetSourceLineSize(sourceWidth) + sourcePadding;
     const uint32_t destinationStride =
         GetDestinationLineSize(destinationWidth) + destinationPadding;
-    context->sourceStride = sourceStride;
-    context->sourceHeight = sourceHeight;
-    context->destinationStride = destinationStride;
-    context->destinationHeight = destinationHeight;
-    context->flags = flags;
-    context->destinationStart = destination;
-
-    // Offsets are computed per call rather than by advancing pointers, so no pointer is
-    // ever formed past the last line a kernel is given.
-    const auto walk = [&](const unsigned char* firstSource, unsigned char* firstDestination,
-                          uint32_t step, uint32_t sourceAdvance, uint32_t destinationAdvance,
-                          uint32_t wholeLines) {
-        uint64_t call = 0;
-        for (uint64_t line = 0; line < wholeLines; line += step, ++call) {
-            context->currentLine = static_cast<uint32_t>(line);
-            ConvertLines(firstSource + call * sourceAdvance,
-                         firstDestination + call * destinationAdvance, width);
-        }
-        return call;
-    };
-
-    if (PixelTypeBits::Has(GetSourceTypeID(), PixelTypeBits::kInterlaced)) {
-        // Two fields one after the other in the source, interleaved in the destination.
-        // With an odd height the last destination line stays unwritten.
-        const uint32_t fieldOffset = (sourceStride * sourceHeight) >> 1;
-        const bool secondFirst = (flags & kSecondFieldFirst) != 0;
-        const uint32_t wholeLines = height - height % 2;
-        const uint32_t destinationAdvance = 2 * destinationStride;
-        walk(source + (secondFirst ? fieldOffset : 0), destination, 2, sourceStride,
-             destinationAdvance, wholeLines);
-        walk(source + (secondFirst ? 0 : fieldOffset), destination + destinationStride, 2,
-             sourceStride, destinationAdvance, wholeLines);
-    } else {
-        // A line granularity of 0 would make the walk meaningless; such a converter
-        // converts nothing rather than faulting.
-        const uint32_t step = GetLineGranularity();
-        if (step != 0) {
-            const uint32_t sourceAdvance = sourceStride * step;
-            const uint32_t destinationAdvance = destinationStride * step;
-            const uint32_t wholeLines = height - height % step;
-            const uint64_t calls =
-                walk(source, destination, step, sourceAdvance, destinationAdvance, wholeLines);
-            const unsigned char* remainderSource = source + calls * sourceAdvance;
-            unsigned char* remainderDestination = destination + calls * destinationAdvance;
-            for (uint64_t line = wholeLines; line < height; ++line) {
-                const uint64_t k = line - wholeLines;
-                context->currentLine = static_cast<uint32_t>(line);
-                ConvertRemainderLine(remainderSource + k * sourceStride,
-                                     remainderDestination + k * destinationStride, width);
-            }
-        }
-    }
+    const ConversionWalk walk{
+        source, destination, sourceStride, sourceHeight, destinationStride, destinationHeight,
+        width,  height,      flags};
+    StartWalk(*context, walk);
+    WalkLines(*this, *context, walk, 0, height);
 
     context->filter = nullptr;
     return Result(ResultCode::kSuccess);

@@ -5,8 +5,6 @@
 // heights, paddings, flags and filters; sources end at the end of a readable page.
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
@@ -20,8 +18,10 @@
 #include "ZnConvertersLib/Types.h"
 #include "converters/common/KernelChoice.h"
 #include "hwy/targets.h"
+#include "support/PageEndBuffer.h"
 
 using namespace ZnConvertersLib;
+using ZnTestSupport::PageEndBuffer;
 
 namespace {
 
@@ -32,29 +32,6 @@ constexpr size_t kSourceSlack = 16;
 constexpr size_t kGuard = 64;
 // The pairs are split over this many tests, so ctest runs them side by side.
 constexpr int kShards = 8;
-
-// A source buffer that ends where an unreadable page begins.
-class PageEndBuffer {
-public:
-    explicit PageEndBuffer(size_t size) : mPage(static_cast<size_t>(sysconf(_SC_PAGESIZE))) {
-        const size_t dataPages = (size + mPage - 1) / mPage + 1;
-        mLength = (dataPages + 1) * mPage;
-        mBase = static_cast<unsigned char*>(
-            mmap(nullptr, mLength, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-        if (mBase == MAP_FAILED) throw std::runtime_error("mmap failed");
-        mprotect(mBase + dataPages * mPage, mPage, PROT_NONE);
-        mData = mBase + dataPages * mPage - size;
-    }
-    ~PageEndBuffer() { munmap(mBase, mLength); }
-    PageEndBuffer(const PageEndBuffer&) = delete;
-    PageEndBuffer& operator=(const PageEndBuffer&) = delete;
-    unsigned char* data() const { return mData; }
-
-private:
-    size_t mPage, mLength = 0;
-    unsigned char* mBase = nullptr;
-    unsigned char* mData = nullptr;
-};
 
 struct Case {
     uint32_t width, height, sourcePadding, destinationPadding, flags;
