@@ -1,3 +1,7 @@
+// Every registered pair converted on sixteen threads at once, all sharing the converters
+// and one white-balance filter, some calls also splitting their frame over the worker
+// pool: each result must equal the same conversion run alone.
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -5,100 +9,79 @@
 #include <vector>
 
 #include "ZnConvertersLib/ConversionContext.h"
-#include "ZnConvertersLib/PixelConverter.h"
+#include "ZnConvertersLib/Frame.h"
 #include "ZnConvertersLib/PixelTypeFactory.h"
 #include "ZnConvertersLib/RGBFilter.h"
+#include "framework/frame/FrameConversion.h"
 
 using namespace ZnConvertersLib;
 
 namespace {
 
-constexpr int kThreads = 4;
-constexpr uint32_t kWidth = 67, kHeight = 31;  // odd sizes: remainder lines and tails
+constexpr int kThreads = 16;
+constexpr uint32_t kWidth = 20, kHeight = 6;  // a width every layout takes
 
 struct Job {
-    int64 from;
-    int64 to;
-    uint32_t sourceBytesPerPixel;
-    uint32_t destinationBytesPerPixel;
-    uint32_t flags;
+    int64 from, to;
+    FrameFootprint footprint;
+    std::vector<unsigned char> source;
+    std::vector<unsigned char> expected;
 };
 
-// Every thread runs every job with its own filter; the bytes must equal a run of the
-// same job with the same filter on the main thread.
-const Job kJobs[] = {
-    {0x20010, 0x20007, 1, 4, 0x100},    // 8-bit Bayer, neighbourhood method
-    {0x20012, 0x420002, 2, 3, 0x40},    // 12-bit Bayer, block method
-    {0x40001, 0x420006, 2, 3, 0},       // YUV 4:2:2
-    {0x10002, 0x820002, 2, 1, 0},       // 10-bit gray to planar
-    {0x4020010, 0x20003, 1, 4, 0x120},  // chained: dual-tap Bayer through gray
-    {0x20045, 0x420002, 4, 3, 0},       // packed 10-bit BGR
-};
-
-std::vector<unsigned char> RunJob(const Job& job, const std::vector<unsigned char>& source,
-                                  const RGBFilter& filter, unsigned char** scratch,
-                                  uint32_t* scratchSize) {
-    // Three planes for planar output, and a spare line: an odd-height Bayer conversion
-    // writes one line past the image.
-    const uint32_t planes = job.to == 0x820002 ? 3 : 1;
-    std::vector<unsigned char> out(
-        planes * job.destinationBytesPerPixel * (kWidth + 1) * (kHeight + 1), 0xEE);
-    PixelTypeFactory::GetConverter(job.from, job.to)
-        .ConvertFiltered(&filter, source.data(), kWidth, kHeight, out.data(), kWidth + 1, kHeight,
-                         kWidth, kHeight, job.flags, 0, scratch, scratchSize, 0);
+std::vector<unsigned char> ConvertJob(const Job& job, const ConvertOptions& options) {
+    std::vector<unsigned char> out(job.footprint.destinationBytes, 0xEE);
+    const FrameResult result =
+        ConvertFrame({job.from, kWidth, kHeight, 0, job.source.data(), job.source.size()},
+                     {job.to, kWidth, kHeight, 0, out.data(), out.size()}, options);
+    if (!result) out.clear();
     return out;
 }
 
-RGBFilter FilterFor(int variant) {
-    RGBFilter filter(8);
-    filter.SetMultipliers(1.0 + 0.25 * variant, 1.0, 1.0 - 0.125 * variant, 0,
-                          static_cast<unsigned short>(3 * variant), 0);
-    return filter;
-}
+TEST(BuiltinConvertersConcurrency, EveryPairOnSixteenThreadsGivesTheSingleThreadedBytes) {
+    RGBFilter balance(8);
+    balance.SetMultipliers(1.4, 0.8, 1.9, 2, 0, 5);
+    ConvertOptions options;
+    options.filter = &balance;
+    options.bayerTile = kBayerTileBGGR;
+    options.demosaic = DemosaicMethod::kBilinear;
 
-}  // namespace
-
-TEST(BuiltinConvertersConcurrency, ThreadsSharingConvertersGetTheSingleThreadedBytes) {
-    std::vector<std::vector<unsigned char>> sources;
-    for (const Job& job : kJobs) {
-        ASSERT_TRUE(PixelTypeFactory::HasConverter(job.from, job.to));
-        std::vector<unsigned char> bytes(job.sourceBytesPerPixel * kWidth * kHeight);
-        for (size_t i = 0; i < bytes.size(); ++i)
-            bytes[i] = static_cast<unsigned char>(i * 131 + 7);
-        sources.push_back(bytes);
-    }
-    std::vector<std::vector<std::vector<unsigned char>>> expected(kThreads);
-    for (int t = 0; t < kThreads; ++t) {
-        const RGBFilter filter = FilterFor(t);
-        for (size_t j = 0; j < std::size(kJobs); ++j) {
-            unsigned char* scratch = nullptr;
-            uint32_t scratchSize = 0;
-            expected[t].push_back(RunJob(kJobs[j], sources[j], filter, &scratch, &scratchSize));
-            delete[] scratch;
+    std::vector<Job> jobs;
+    int64 from = 0, to = 0;
+    for (uint32_t i = 0; PixelTypeFactory::EnumConverters(i, from, to); ++i) {
+        Job job{from,
+                to,
+                GetFrameFootprint(PixelTypeFactory::GetConverter(from, to), kWidth, kHeight),
+                {},
+                {}};
+        if (!job.footprint.result) continue;
+        job.source.resize(job.footprint.sourceBytes);
+        for (size_t k = 0; k < job.source.size(); ++k) {
+            job.source[k] = static_cast<unsigned char>(k * 131 + i);
         }
+        job.expected = ConvertJob(job, options);
+        ASSERT_FALSE(job.expected.empty());
+        jobs.push_back(std::move(job));
     }
+    ASSERT_GT(jobs.size(), 1000u);
 
+    FrameDetail::SetMinimumBandPixels(16);
     std::atomic<int> mismatches{0};
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([&, t] {
-            const RGBFilter filter = FilterFor(t);
-            // Chains share their member scratch unless the caller brings one: each thread
-            // brings its own.
-            unsigned char* scratch = nullptr;
-            uint32_t scratchSize = 0;
-            for (int round = 0; round < 10; ++round) {
-                for (size_t j = 0; j < std::size(kJobs); ++j) {
-                    if (RunJob(kJobs[j], sources[j], filter, &scratch, &scratchSize) !=
-                        expected[t][j]) {
-                        ++mismatches;
-                    }
-                }
+            ConvertOptions mine = options;
+            for (size_t k = 0; k < jobs.size(); ++k) {
+                // Threads start at different pairs and every fourth call bands its frame.
+                const Job& job = jobs[(k + t * jobs.size() / kThreads) % jobs.size()];
+                mine.threads = k % 4 == 0 ? 3 : 1;
+                if (ConvertJob(job, mine) != job.expected) ++mismatches;
             }
-            delete[] scratch;
         });
     }
     for (auto& thread : threads) thread.join();
+    FrameDetail::SetMinimumBandPixels(uint64_t{1} << 18);
     EXPECT_EQ(mismatches.load(), 0);
     EXPECT_EQ(CountActiveConversionContexts(), 0u);
 }
+
+}  // namespace
