@@ -6,7 +6,7 @@
 //
 //   using namespace ZnConvertersLib;
 //   const PfncFormat* format = FindPfncFormat(0x01080009u);  // or FindPfncFormat("BayerRG8")
-//   if (format == nullptr || !format->builtIn) return;        // no converter reads it yet
+//   if (format == nullptr || !format->convertible) return;  // no converter reads it yet
 //   const int64 rgb24 = 0x420002;
 //   if (!PixelTypeFactory::HasConverter(format->pixelType, rgb24)) return;
 //   const PixelConverter& converter = PixelTypeFactory::GetConverter(format->pixelType, rgb24);
@@ -27,7 +27,7 @@
 namespace ZnConvertersLib {
 
 // Identifiers for camera formats that no built-in type reads byte for byte. They are not
-// registered at load; a type registered under one of them needs its own decoders.
+// registered at load but by RegisterCameraFormats, with their own decoders.
 //
 // They share the identifier's bit fields with the built-in types, so that once
 // registered, names and attribute queries describe them truthfully: the colour space
@@ -51,16 +51,26 @@ constexpr int64 kPixelTypeBayer10p =
 // built-in 0x20045 has the same word with R and B exchanged.
 constexpr int64 kPixelTypeRGB10p32 = PixelTypeBits::kRGB | (kPixelTypeExtensionFormatFirst + 2);
 
+// N-bit gray scaled to the whole 16-bit range (value << (16 - N)), for display and
+// saving; the built-in 16-bit gray output keeps 8 significant bits.
+constexpr int64 kPixelTypeGray16FullRange =
+    PixelTypeBits::kGrayscale | (kPixelTypeExtensionFormatFirst + 3);
+
+// Registers the extension types above and their converters: Mono10p and Bayer*10p to
+// every output their 16-bit containers have, and 10- to 16-bit gray (Mono12p included)
+// to kPixelTypeGray16FullRange. Runs once; the first lookup below calls it, so a format
+// found convertible converts. The registry as loaded holds none of these.
+void RegisterCameraFormats();
+
 struct PfncFormat {
     uint32_t code;          // 32-bit GenICam pixel format value
     const char* name;       // its GenICam name, exactly as spelt there
     uint32_t bitsPerPixel;  // bits one pixel occupies on the wire (bits 16-23 of code)
     int64 pixelType;        // library pixel type identifier that reads these bytes
     uint32_t flags;         // conversion flags the format implies: a kBayerTile* or 0
-    // True when the types registered at load know pixelType and convert it to colour.
-    // False for the kPixelType* extensions above and for the few formats whose type
-    // class or converters exist but are not registered at load (Mono8s, Bayer*16, RGB16).
-    bool builtIn;
+    // True when the library converts pixelType (to RGB24 among others); false for the
+    // few formats it names but has no decoder for yet (RGB16, RGB10p32).
+    bool convertible;
 };
 
 // The format with this code, or null.

@@ -17,8 +17,8 @@ constexpr uint32_t kBG = kBayerTileBGGR;
 
 // The wire size is part of the code, so it is written once.
 constexpr PfncFormat Row(uint32_t code, const char* name, int64 pixelType, uint32_t flags,
-                         bool builtIn) {
-    return {code, name, (code >> 16) & 0xFF, pixelType, flags, builtIn};
+                         bool convertible) {
+    return {code, name, (code >> 16) & 0xFF, pixelType, flags, convertible};
 }
 
 // Where several names share one layout the canonical name comes first: reverse lookups
@@ -26,7 +26,7 @@ constexpr PfncFormat Row(uint32_t code, const char* name, int64 pixelType, uint3
 constexpr PfncFormat kFormats[] = {
     Row(0x01080001, "Mono8", 0x10001, 0, true),
     // Two's complement; the converters exist, the type is not registered at load.
-    Row(0x01080002, "Mono8s", 0x10401, 0, false),
+    Row(0x01080002, "Mono8s", 0x10401, 0, true),
     // 10 to 16 bits in the low bits of a little-endian 16-bit word.
     Row(0x01100003, "Mono10", 0x10002, 0, true),
     Row(0x01100005, "Mono12", 0x10003, 0, true),
@@ -38,7 +38,7 @@ constexpr PfncFormat kFormats[] = {
     // Bit streams, least significant bit first. The 12-bit one is the packed Grayscale12
     // layout; the packed Grayscale10 keeps 12-bit slots, so 10p needs its own decoder.
     Row(0x010C0047, "Mono12p", 0x410003, 0, true),
-    Row(0x010A0046, "Mono10p", kPixelTypeMono10p, 0, false),
+    Row(0x010A0046, "Mono10p", kPixelTypeMono10p, 0, true),
 
     Row(0x01080008, "BayerGR8", 0x20010, kGR, true),
     Row(0x01080009, "BayerRG8", 0x20010, kRG, true),
@@ -53,10 +53,10 @@ constexpr PfncFormat kFormats[] = {
     Row(0x01100012, "BayerGB12", 0x20012, kGB, true),
     Row(0x01100013, "BayerBG12", 0x20012, kBG, true),
     // Full 16-bit samples; the mosaic's converters exist, its type is not registered.
-    Row(0x0110002E, "BayerGR16", 0x20020, kGR, false),
-    Row(0x0110002F, "BayerRG16", 0x20020, kRG, false),
-    Row(0x01100030, "BayerGB16", 0x20020, kGB, false),
-    Row(0x01100031, "BayerBG16", 0x20020, kBG, false),
+    Row(0x0110002E, "BayerGR16", 0x20020, kGR, true),
+    Row(0x0110002F, "BayerRG16", 0x20020, kRG, true),
+    Row(0x01100030, "BayerGB16", 0x20020, kGB, true),
+    Row(0x01100031, "BayerBG16", 0x20020, kBG, true),
     Row(0x010C0026, "BayerGR10Packed", 0x20041, kGR, true),
     Row(0x010C0027, "BayerRG10Packed", 0x20041, kRG, true),
     Row(0x010C0028, "BayerGB10Packed", 0x20041, kGB, true),
@@ -69,10 +69,10 @@ constexpr PfncFormat kFormats[] = {
     Row(0x010C0059, "BayerRG12p", 0x420012, kRG, true),
     Row(0x010C0055, "BayerGB12p", 0x420012, kGB, true),
     Row(0x010C0053, "BayerBG12p", 0x420012, kBG, true),
-    Row(0x010A0056, "BayerGR10p", kPixelTypeBayer10p, kGR, false),
-    Row(0x010A0058, "BayerRG10p", kPixelTypeBayer10p, kRG, false),
-    Row(0x010A0054, "BayerGB10p", kPixelTypeBayer10p, kGB, false),
-    Row(0x010A0052, "BayerBG10p", kPixelTypeBayer10p, kBG, false),
+    Row(0x010A0056, "BayerGR10p", kPixelTypeBayer10p, kGR, true),
+    Row(0x010A0058, "BayerRG10p", kPixelTypeBayer10p, kRG, true),
+    Row(0x010A0054, "BayerGB10p", kPixelTypeBayer10p, kGB, true),
+    Row(0x010A0052, "BayerBG10p", kPixelTypeBayer10p, kBG, true),
 
     // Three bytes a pixel: the packed identifiers, since the unpacked 24-bit ones are
     // sized at four bytes a pixel.
@@ -156,6 +156,7 @@ uint32_t EffectiveTile(uint32_t flags) {
 }  // namespace
 
 const PfncFormat* FindPfncFormat(uint32_t code) {
+    RegisterCameraFormats();
     for (const PfncFormat& format : kFormats) {
         if (format.code == code) return &format;
     }
@@ -163,6 +164,7 @@ const PfncFormat* FindPfncFormat(uint32_t code) {
 }
 
 const PfncFormat* FindPfncFormat(const char* name) {
+    RegisterCameraFormats();
     if (name == nullptr) return nullptr;
     for (const PfncFormat& format : kFormats) {
         if (SameName(format.name, name)) return &format;

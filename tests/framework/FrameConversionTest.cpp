@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "ZnConvertersLib/Frame.h"
+#include "ZnConvertersLib/Pfnc.h"
 #include "ZnConvertersLib/PixelConverter.h"
 #include "ZnConvertersLib/PixelTypeFactory.h"
 #include "ZnConvertersLib/RGBFilter.h"
@@ -28,7 +29,9 @@ struct Pair {
     int64 from, to;
 };
 
+// The load-time pairs and those of the camera packings registered on demand.
 std::vector<Pair> AllPairs() {
+    RegisterCameraFormats();
     std::vector<Pair> pairs;
     int64 from = 0, to = 0;
     for (uint32_t i = 0; PixelTypeFactory::EnumConverters(i, from, to); ++i) {
@@ -76,8 +79,8 @@ TEST(FrameFootprint, HoldsEveryByteTheKernelsTouchAndEveryPixelIsWritten) {
     const auto checkPair = [&](const Pair& pair) {
         const PixelConverter& converter = PixelTypeFactory::GetConverter(pair.from, pair.to);
         // Copies of a planar type copy lines, not planes.
-        const bool planar = PixelTypeBits::Has(pair.to, PixelTypeBits::kPlanar) &&
-                            pair.from != pair.to;
+        const bool planar =
+            PixelTypeBits::Has(pair.to, PixelTypeBits::kPlanar) && pair.from != pair.to;
         for (uint32_t width : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 9u, 13u, 16u, 34u}) {
             for (uint32_t height : {1u, 2u, 3u, 4u, 5u}) {
                 for (uint32_t padding : {0u, 3u}) {

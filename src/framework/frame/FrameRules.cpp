@@ -7,7 +7,9 @@
 
 #include "ZnConvertersLib/ComplexConverter.h"
 #include "ZnConvertersLib/IdentityConverter.h"
+#include "ZnConvertersLib/Pfnc.h"
 #include "framework/BuiltinRegistration.h"
+#include "framework/CameraFormats.h"
 #include "framework/ConversionWalk.h"
 
 namespace ZnConvertersLib {
@@ -49,6 +51,14 @@ LayoutRules QuadTaps(const char* layout) {
     return rules;
 }
 
+// Bit streams: a line that is not a whole number of 5-byte groups ends inside a byte.
+LayoutRules TenP() {
+    LayoutRules rules;
+    rules.layout = "10p packed";
+    rules.widthMultiple = 4;
+    return rules;
+}
+
 LayoutRules Mosaic(const char* layout) {
     LayoutRules rules;
     rules.layout = layout;
@@ -66,6 +76,8 @@ const std::vector<SourceLayout>& SourceLayouts() {
             {kCode, 0x20041, Groups("10-bit GigE Vision packed Bayer", 3)},
             {kCode, 0x20040, Groups("12-bit GigE Vision packed Bayer", 3)},
             {kCode, 0x20046, Groups("12-bit packed RGB", 9)},
+            {kPackedCode, static_cast<uint32_t>(kPixelTypeMono10p), TenP()},
+            {kPackedCode, static_cast<uint32_t>(kPixelTypeBayer10p), TenP()},
             {kPackedCode, 0x410002, Pairs("10-bit packed gray")},
             {kPackedCode, 0x410003, Pairs("12-bit packed gray")},
             {kPackedCode, 0x420011, Pairs("10-bit packed Bayer")},
@@ -98,7 +110,13 @@ bool IsBuiltinObject(const PixelConverter& converter) {
         std::sort(objects.begin(), objects.end());
         return objects;
     }();
-    return std::binary_search(sorted.begin(), sorted.end(), &converter);
+    if (std::binary_search(sorted.begin(), sorted.end(), &converter)) return true;
+    if (const BuiltinConverterList* camera = GetCameraFormatConverters()) {
+        for (size_t i = 0; i < camera->Count(); ++i) {
+            if (&camera->At(i) == &converter) return true;
+        }
+    }
+    return false;
 }
 
 FrameFootprint Refuse(FrameError error, std::string message) {
