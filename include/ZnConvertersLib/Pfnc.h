@@ -57,9 +57,9 @@ constexpr int64 kPixelTypeGray16FullRange =
     PixelTypeBits::kGrayscale | (kPixelTypeExtensionFormatFirst + 3);
 
 // Registers the extension types above and their converters: Mono10p and Bayer*10p to
-// every output their 16-bit containers have, and 10- to 16-bit gray (Mono12p included)
-// to kPixelTypeGray16FullRange. Runs once; the first lookup below calls it, so a format
-// found convertible converts. The registry as loaded holds none of these.
+// every output their 16-bit containers have, RGB10p32 to the six colour outputs, and 10-
+// to 16-bit gray (Mono12p included) to kPixelTypeGray16FullRange. Runs once; the first lookup below
+// calls it, so a format found convertible converts. The registry as loaded holds none of these.
 void RegisterCameraFormats();
 
 struct PfncFormat {
@@ -69,7 +69,7 @@ struct PfncFormat {
     int64 pixelType;        // library pixel type identifier that reads these bytes
     uint32_t flags;         // conversion flags the format implies: a kBayerTile* or 0
     // True when the library converts pixelType (to RGB24 among others); false for the
-    // few formats it names but has no decoder for yet (RGB16, RGB10p32).
+    // formats it names but has no decoder for yet (RGB16).
     bool convertible;
 };
 

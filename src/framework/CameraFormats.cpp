@@ -15,6 +15,8 @@
 #include "ZnConvertersLib/Pfnc.h"
 #include "ZnConvertersLib/PixelType.h"
 #include "ZnConvertersLib/PixelTypeFactory.h"
+#include "converters/bitpacked/BitPackedRGBConverters.h"
+#include "converters/common/OutputPolicies.h"
 #include "converters/widen/WidenConverters.h"
 #include "framework/BuiltinConverterTable.h"
 
@@ -51,7 +53,7 @@ private:
 class CameraFormats {
 public:
     CameraFormats() {
-        RegisterType(kPixelTypeGray16FullRange, 16, false, "Grayscale16-bits, full range");
+        RegisterType(kPixelTypeGray16FullRange, 16, 2, false, "Grayscale16-bits, full range");
         for (const auto& [source, bits] :
              {std::pair{kGray10, 10u}, {kGray12, 12u}, {kGray14, 14u}, {kGray16, 16u}}) {
             Add<WidenTo16>(source, kPixelTypeGray16FullRange, WideLayout::kWords, bits, 16 - bits);
@@ -69,18 +71,22 @@ public:
         const PixelConverter& bayer10p =
             Add<WidenTo16>(kPixelTypeBayer10p, kBayer10, WideLayout::kPacked10p, 10u, 0u);
         for (int64 to : kColourDisplay) Chain(bayer10p, kBayer10, to);
+
+        RegisterType(kPixelTypeRGB10p32, 10, 4, false, "RGB10-bits, 32-bit word, red low");
+        AddColour<RGB10p32To>(kPixelTypeRGB10p32, 4);
     }
 
     const BuiltinConverterList& Objects() const { return mObjects; }
 
 private:
-    void RegisterType(const int64& id, unsigned short bits, bool bayer, const char* name) {
-        const PixelType type(id, bits, 2, bayer);
+    void RegisterType(const int64& id, unsigned short bits, unsigned short bytes, bool bayer,
+                      const char* name) {
+        const PixelType type(id, bits, bytes, bayer);
         PixelTypeFactory::RegisterPixelType(id, &type, name);
     }
 
     void BitStream(const int64& id, bool bayer, const char* name) {
-        RegisterType(id, 10, bayer, name);
+        RegisterType(id, 10, 2, bayer, name);
         const PixelConverter& copy =
             mObjects.Add(std::make_unique<BitStreamCopy>(id, WideLayout::kPacked10p));
         PixelTypeFactory::ReplacePixelConverter(copy, nullptr);
@@ -89,6 +95,17 @@ private:
     template <class Converter, class... Args>
     const PixelConverter& Add(Args&&... args) {
         return mObjects.Add(std::make_unique<Converter>(std::forward<Args>(args)...));
+    }
+
+    // The six colour outputs of a colour family's converter template.
+    template <template <class> class Family>
+    void AddColour(const int64& source, uint32_t sourcePixelSize) {
+        Add<Family<OutputRGB16>>(source, 0x20001, sourcePixelSize, 2);
+        Add<Family<OutputRGB24>>(source, 0x420002, sourcePixelSize, 3);
+        Add<Family<OutputBGR24>>(source, 0x420006, sourcePixelSize, 3);
+        Add<Family<OutputRGB32>>(source, 0x20003, sourcePixelSize, 4);
+        Add<Family<OutputBGR32>>(source, 0x20007, sourcePixelSize, 4);
+        Add<Family<OutputPlanar24>>(source, 0x820002, sourcePixelSize, 1);
     }
 
     void Chain(const PixelConverter& first, const int64& through, const int64& to) {

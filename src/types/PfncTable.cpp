@@ -91,7 +91,7 @@ constexpr PfncFormat kFormats[] = {
     // Byte 0 the low bits of all three, then the high bytes of B, G and R.
     Row(0x0220001C, "RGB10V1Packed", 0x20044, 0, true),
     // R in the low bits of the word: the built-in 32-bit 10-bit type has B there.
-    Row(0x0220001D, "RGB10p32", kPixelTypeRGB10p32, 0, false),
+    Row(0x0220001D, "RGB10p32", kPixelTypeRGB10p32, 0, true),
     // R0 G0 B0 R1 G1 B1 packed two samples in three bytes, high bytes first.
     Row(0x02240034, "RGB12V1Packed", 0x20046, 0, true),
     // One little-endian 16-bit word: B in bits 0-4, G in 5-10, R in 11-15.

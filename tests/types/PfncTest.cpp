@@ -86,7 +86,7 @@ const Expected kExpected[] = {
     {0x0230001B, "BGR12", 48, 0x20043, 0, true},
     {0x02300033, "RGB16", 48, 0x20004, 0, false},
     {0x0220001C, "RGB10V1Packed", 32, 0x20044, 0, true},
-    {0x0220001D, "RGB10p32", 32, kPixelTypeRGB10p32, 0, false},
+    {0x0220001D, "RGB10p32", 32, kPixelTypeRGB10p32, 0, true},
     {0x02240034, "RGB12V1Packed", 36, 0x20046, 0, true},
     {0x02100036, "BGR565p", 16, 0x20001, 0, true},
     {0x02180021, "RGB8_Planar", 24, 0x820002, 0, true},

@@ -21,6 +21,8 @@ template <class Output>
 using BGR10PackedV1To = PackedRGBDetail::ColourConverter<BitPackedRGBDetail::BGR10V1Reader, Output>;
 template <class Output>
 using BGR10PackedV2To = PackedRGBDetail::ColourConverter<BitPackedRGBDetail::BGR10V2Reader, Output>;
+template <class Output>
+using RGB10p32To = PackedRGBDetail::ColourConverter<BitPackedRGBDetail::RGB10p32Reader, Output>;
 
 // Converts whole 9-byte groups: an odd width reads its last group whole and writes one
 // pixel beyond the width, so destination lines need room for an even number of pixels.

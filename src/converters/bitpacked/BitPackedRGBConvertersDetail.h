@@ -31,19 +31,28 @@ struct BGR10V1Reader {
     const unsigned char* line;
 };
 
-// One little-endian word: B in bits 0..9, G in 10..19, R in 20..29.
-struct BGR10V2Reader {
-    BGR10V2Reader(const unsigned char* line, const ConversionContext&, uint32_t) : line(line) {}
+// One little-endian word: B in bits 0..9, G in 10..19, R in 20..29 (kBGR10V2), or R and B
+// the other way round (kRGB10p32).
+template <ColourLayout kLayout>
+struct Word10Reader {
+    static_assert(kLayout == ColourLayout::kBGR10V2 || kLayout == ColourLayout::kRGB10p32,
+                  "three 10-bit channels in a word");
+    Word10Reader(const unsigned char* line, const ConversionContext&, uint32_t) : line(line) {}
     uint32_t VectorRow(const RowOutput& out, uint32_t width) const {
-        return BitPackedRGBVectorRow(ColourLayout::kBGR10V2, {line, 0, 0}, out, width);
+        return BitPackedRGBVectorRow(kLayout, {line, 0, 0}, out, width);
     }
     Rgb8 operator()(std::size_t i) const {
         const uint32_t word = LoadLE32(line + 4 * i);
-        return {static_cast<uint8_t>(word >> 22), static_cast<uint8_t>(word >> 12),
-                static_cast<uint8_t>(word >> 2)};
+        const uint8_t high = static_cast<uint8_t>(word >> 22),
+                      low = static_cast<uint8_t>(word >> 2);
+        const uint8_t green = static_cast<uint8_t>(word >> 12);
+        if constexpr (kLayout == ColourLayout::kRGB10p32) return {low, green, high};
+        return {high, green, low};
     }
     const unsigned char* line;
 };
+using BGR10V2Reader = Word10Reader<ColourLayout::kBGR10V2>;
+using RGB10p32Reader = Word10Reader<ColourLayout::kRGB10p32>;
 
 // Nine bytes per pixel pair: R0 G0 B0 R1 G1 B1 as 12-bit samples packed two per three
 // bytes, the outer byte of each three holding a sample's eight most significant bits.

@@ -30,9 +30,10 @@ struct Bgr10V1 {
     }
 };
 
-// One little-endian word: B in bits 0..9, G in 10..19, R in 20..29; each channel's top
-// eight bits.
-struct Bgr10V2 {
+// One little-endian word: B in bits 0..9, G in 10..19, R in 20..29 (or R and B the other
+// way round); each channel's top eight bits.
+template <bool kRedLow>
+struct Word10 {
     const uint8_t* line;
     // Low bytes of the 32-bit lanes of four vectors, in order.
     static V8 LowBytes32(D8 d, const V32 w[4]) {
@@ -51,9 +52,9 @@ struct Bgr10V2 {
             green[k] = hn::ShiftRight<12>(words[k]);
             blue[k] = hn::ShiftRight<2>(words[k]);
         }
-        r = LowBytes32(d, red);
+        r = LowBytes32(d, kRedLow ? blue : red);
         g = LowBytes32(d, green);
-        b = LowBytes32(d, blue);
+        b = LowBytes32(d, kRedLow ? red : blue);
     }
 };
 
@@ -126,7 +127,9 @@ uint32_t BitPackedRGBRow(ColourLayout layout, const RowSource& source, const Row
         case ColourLayout::kBGR10V1:
             return ColourRow(Bgr10V1{line}, out, width);
         case ColourLayout::kBGR10V2:
-            return ColourRow(Bgr10V2{line}, out, width);
+            return ColourRow(Word10<false>{line}, out, width);
+        case ColourLayout::kRGB10p32:
+            return ColourRow(Word10<true>{line}, out, width);
         case ColourLayout::kRGB12V1:
             return ColourRow(Rgb12V1{line}, out, width);
         case ColourLayout::kPlanar8:

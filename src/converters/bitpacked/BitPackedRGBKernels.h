@@ -10,7 +10,8 @@
 
 namespace ZnConvertersLib {
 
-// Layouts kBGR10V1, kBGR10V2, kPlanar8 and kPlanar16; any other converts nothing.
+// Layouts kBGR10V1, kBGR10V2, kRGB10p32, kRGB12V1, kPlanar8 and kPlanar16; any other
+// converts nothing.
 uint32_t BitPackedRGBVectorRow(ColourLayout layout, const RowSource& source, const RowOutput& out,
                                uint32_t width);
 

@@ -105,6 +105,7 @@ enum class ColourLayout : uint8_t {
     kRGB64,     // R G B x words
     kBGR10V1,   // low bits, B, G, R bytes
     kBGR10V2,   // 10-bit B, G, R in a 32-bit word
+    kRGB10p32,  // 10-bit R, G, B in a 32-bit word (kBGR10V2 with R and B exchanged)
     kRGB12V1,   // two pixels in 9 bytes, high bytes outermost
     kPlanar8,   // three planes of bytes
     kPlanar16,  // three planes of words

@@ -72,6 +72,9 @@ TEST_F(CameraFormatsTest, HandPackedStreamsDecodeToTheirSamples) {
               Words({0xFFC0, 0x0040, 0xFFC0, 0}));
     EXPECT_EQ(Convert(0x10005, kPixelTypeGray16FullRange, Words({0xFFFF, 0x1234}), 2, 1),
               Words({0xFFFF, 0x1234}));
+    // R 0x3FF in bits 0-9, G 0x200, B 0x004: the top eight bits of each.
+    EXPECT_EQ(Convert(kPixelTypeRGB10p32, 0x420002, {0xFF, 0x03, 0x48, 0x00}, 1, 1),
+              (Bytes{0xFF, 0x80, 0x01}));
 }
 
 // The chains must give exactly what the built-in converters give for the unpacked
