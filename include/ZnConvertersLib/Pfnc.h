@@ -56,10 +56,17 @@ constexpr int64 kPixelTypeRGB10p32 = PixelTypeBits::kRGB | (kPixelTypeExtensionF
 constexpr int64 kPixelTypeGray16FullRange =
     PixelTypeBits::kGrayscale | (kPixelTypeExtensionFormatFirst + 3);
 
+// 16 bits a channel, for mosaics demosaiced at their depth: R, G, B words (the built-in
+// 48-bit RGB type) or B, G, R words.
+constexpr int64 kPixelTypeRGB48 = 0x20004;
+constexpr int64 kPixelTypeBGR48 = PixelTypeBits::kRGB | (kPixelTypeExtensionFormatFirst + 4);
+
 // Registers the extension types above and their converters: Mono10p and Bayer*10p to
-// every output their 16-bit containers have, RGB10p32 to the six colour outputs, and 10-
-// to 16-bit gray (Mono12p included) to kPixelTypeGray16FullRange. Runs once; the first lookup below
-// calls it, so a format found convertible converts. The registry as loaded holds none of these.
+// every output their 16-bit containers have, RGB10p32 to the six colour outputs, 10- to
+// 16-bit gray (Mono12p included) to kPixelTypeGray16FullRange, and 10- to 16-bit mosaics
+// (Bayer*10p and Bayer*12p included) to kPixelTypeRGB48 and kPixelTypeBGR48. Runs once; the first
+// lookup below calls it, so a format found convertible converts. The registry as loaded holds none
+// of these.
 void RegisterCameraFormats();
 
 struct PfncFormat {

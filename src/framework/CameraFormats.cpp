@@ -15,6 +15,7 @@
 #include "ZnConvertersLib/Pfnc.h"
 #include "ZnConvertersLib/PixelType.h"
 #include "ZnConvertersLib/PixelTypeFactory.h"
+#include "converters/bayer/DeepBayerConverters.h"
 #include "converters/bitpacked/BitPackedRGBConverters.h"
 #include "converters/common/OutputPolicies.h"
 #include "converters/widen/WidenConverters.h"
@@ -24,7 +25,8 @@ namespace ZnConvertersLib {
 namespace {
 
 constexpr int64 kGray8 = 0x10001, kGray10 = 0x10002, kGray12 = 0x10003, kGray14 = 0x10004,
-                kGray16 = 0x10005, kGray12Packed = 0x410003, kBayer10 = 0x20011;
+                kGray16 = 0x10005, kGray12Packed = 0x410003, kBayer10 = 0x20011, kBayer12 = 0x20012,
+                kBayer12Packed = 0x420012;
 constexpr int64 kGrayDisplay[] = {0x10001, 0x20001, 0x420002, 0x420006, 0x20003, 0x20007, 0x820002};
 constexpr int64 kColourDisplay[] = {0x20001, 0x420002, 0x420006, 0x20003, 0x20007, 0x820002};
 
@@ -71,6 +73,22 @@ public:
         const PixelConverter& bayer10p =
             Add<WidenTo16>(kPixelTypeBayer10p, kBayer10, WideLayout::kPacked10p, 10u, 0u);
         for (int64 to : kColourDisplay) Chain(bayer10p, kBayer10, to);
+
+        RegisterType(kPixelTypeBGR48, 48, 6, false, "BGR48-bits, 16 bits a channel");
+        for (const auto& [source, bits] : {std::pair{kBayer10, 10u},
+                                           {0x120011, 10u},
+                                           {kBayer12, 12u},
+                                           {0x120012, 12u},
+                                           {0x20016, 14u},
+                                           {0x120016, 14u},
+                                           {0x20020, 16u}}) {
+            Add<DeepBayerTo<false>>(source, kPixelTypeRGB48, bits);
+            Add<DeepBayerTo<true>>(source, kPixelTypeBGR48, bits);
+        }
+        for (int64 to : {kPixelTypeRGB48, kPixelTypeBGR48}) Chain(bayer10p, kBayer10, to);
+        const PixelConverter& bayer12p =
+            Add<WidenTo16>(kBayer12Packed, kBayer12, WideLayout::kPacked12p, 12u, 0u);
+        for (int64 to : {kPixelTypeRGB48, kPixelTypeBGR48}) Chain(bayer12p, kBayer12, to);
 
         RegisterType(kPixelTypeRGB10p32, 10, 4, false, "RGB10-bits, 32-bit word, red low");
         AddColour<RGB10p32To>(kPixelTypeRGB10p32, 4);
