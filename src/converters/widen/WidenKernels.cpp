@@ -18,16 +18,15 @@ namespace HWY_NAMESPACE {
 #if ZN_VECTOR_ROWS
 namespace {
 
-// Eight samples a step, from one 16-byte block: the shuffles stay within 128 bits on
-// every target.
-using B8 = hn::Full128<uint8_t>;
-using B16 = hn::Full128<uint16_t>;
+// Eight samples per 128-bit block, each block loaded from its own group of bytes: the
+// byte shuffles stay within blocks on every target.
+using D16 = hn::ScalableTag<uint16_t>;
 
 struct BitStream {
-    uint32_t bytesPerStep;  // 10 for 10p, 12 for 12p
-    uint8_t pairs[16];      // byte pair of each sample
-    uint16_t lift[8];       // 2^(top - bit offset of each sample)
-    int top;                // 16 - sample bits
+    uint32_t bytesPerBlock;  // bytes of eight samples: 10 for 10p, 12 for 12p
+    uint8_t pairs[16];       // the two bytes of each sample, low byte first
+    uint16_t lift[8];        // 2^(top - bit offset of each sample in its two bytes)
+    int top;                 // 16 - sample bits
 };
 
 constexpr BitStream k10p{
@@ -35,19 +34,40 @@ constexpr BitStream k10p{
 constexpr BitStream k12p{
     12, {0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11}, {16, 1, 16, 1, 16, 1, 16, 1}, 4};
 
+// Block i of the vector from p + i * step.
+template <class D>
+HWY_INLINE hn::Vec<D> LoadBlocks(D d, const uint8_t* p, size_t step) {
+    if constexpr (hn::MaxLanes(D()) <= 16) {
+        return hn::LoadU(d, p);
+    } else {
+        const hn::Half<D> dh;
+        return hn::Combine(d, LoadBlocks(dh, p + step * (hn::MaxLanes(dh) / 16), step),
+                           LoadBlocks(dh, p, step));
+    }
+}
+
 uint32_t StreamRow(const BitStream& stream, uint32_t shift, const unsigned char* source,
                    uint32_t sourceBytes, unsigned char* destination, uint32_t count) {
-    const B8 d8;
-    const B16 d16;
-    const auto pairs = hn::LoadU(d8, stream.pairs);
-    const auto lift = hn::LoadU(d16, stream.lift);
+    const D8 d8;
+    const D16 d16;
+    const size_t lanes = hn::Lanes(d16), blocks = lanes / 8;
+    const auto pairs = hn::LoadDup128(d8, stream.pairs);
+    const auto lift = hn::LoadDup128(d16, stream.lift);
+    // The last block's 16-byte load must end inside the line.
+    const size_t reach = (blocks - 1) * stream.bytesPerBlock + 16;
+    // Scaled to 16 bits, the lifted sample is already in place: only its low bits go.
+    const bool fullRange = static_cast<int>(shift) == stream.top;
+    const auto high = hn::Set(d16, static_cast<uint16_t>(0xFFFF << stream.top));
     uint32_t i = 0;
-    for (size_t at = 0; i + 8 <= count && at + 16 <= sourceBytes;
-         i += 8, at += stream.bytesPerStep) {
-        const auto bytes = hn::TableLookupBytes(hn::LoadU(d8, source + at), pairs);
+    for (size_t at = 0; i + lanes <= count && at + reach <= sourceBytes;
+         i += static_cast<uint32_t>(lanes), at += blocks * stream.bytesPerBlock) {
+        const auto bytes =
+            hn::TableLookupBytes(LoadBlocks(d8, source + at, stream.bytesPerBlock), pairs);
         // The multiply keeps the low 16 bits: the sample's bits end at the top.
-        auto samples = hn::ShiftRightSame(hn::Mul(hn::BitCast(d16, bytes), lift), stream.top);
-        samples = hn::ShiftLeftSame(samples, static_cast<int>(shift));
+        const auto lifted = hn::Mul(hn::BitCast(d16, bytes), lift);
+        const auto samples = fullRange ? hn::And(lifted, high)
+                                       : hn::ShiftLeftSame(hn::ShiftRightSame(lifted, stream.top),
+                                                           static_cast<int>(shift));
         hn::StoreU(samples, d16, reinterpret_cast<uint16_t*>(destination) + i);
     }
     return i;
@@ -55,7 +75,7 @@ uint32_t StreamRow(const BitStream& stream, uint32_t shift, const unsigned char*
 
 uint32_t WordsRow(uint32_t bits, uint32_t shift, const unsigned char* source,
                   unsigned char* destination, uint32_t count) {
-    const hn::ScalableTag<uint16_t> d;
+    const D16 d;
     const size_t n = hn::Lanes(d);
     const auto most = hn::Set(d, static_cast<uint16_t>((1u << bits) - 1));
     const auto* in = reinterpret_cast<const uint16_t*>(source);
