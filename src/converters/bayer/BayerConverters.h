@@ -114,14 +114,9 @@ public:
     // fewer than 2 lines.
     ZnUtilsLib::Result ConvertRemainderLine(const unsigned char* source, unsigned char* destination,
                                             uint32_t width) const override {
-        KernelContextScope context;
-        if (context->sourceHeight < 2) return ZnUtilsLib::Result(ResultCode::kNotSupported);
-        const uint32_t line = context->currentLine;
-        context->currentLine = line - 1;
-        ZnUtilsLib::Result result =
-            ConvertBlockPair(source - context->sourceStride, destination, width);
-        context->currentLine = line;
-        return result;
+        return BayerDetail::ConvertWithLineBefore(source, [&](const unsigned char* pair) {
+            return ConvertBlockPair(pair, destination, width);
+        });
     }
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,

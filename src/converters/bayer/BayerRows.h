@@ -59,6 +59,20 @@ inline uint32_t PatternFromFlags(uint32_t flags) {
 
 constexpr uint32_t kNeighbourhoodFlag = 0x100;
 
+// The odd last line of a mosaic goes with the line before it (and that line's row parity):
+// convertPair(source of that line) writes the given destination line and the one after
+// it. Code 26 when the source has fewer than 2 lines.
+template <class ConvertPair>
+ZnUtilsLib::Result ConvertWithLineBefore(const unsigned char* source, ConvertPair convertPair) {
+    KernelContextScope context;
+    if (context->sourceHeight < 2) return ZnUtilsLib::Result(ResultCode::kNotSupported);
+    const uint32_t line = context->currentLine;
+    context->currentLine = line - 1;
+    const ZnUtilsLib::Result result = convertPair(source - context->sourceStride);
+    context->currentLine = line;
+    return result;
+}
+
 // Interpolation rules of the neighbourhood method, by the colour of the centre sample.
 constexpr int kRedSite = 0;
 constexpr int kGreenSiteOnBlueRow = 1;

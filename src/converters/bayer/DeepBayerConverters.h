@@ -104,13 +104,11 @@ public:
     // As BayerTo: the odd last line goes with the line before it, writing the line after.
     ZnUtilsLib::Result ConvertRemainderLine(const unsigned char* source, unsigned char* destination,
                                             uint32_t width) const override {
-        KernelContextScope context;
-        if (context->sourceHeight < 2) return ZnUtilsLib::Result(ResultCode::kNotSupported);
-        const uint32_t line = context->currentLine;
-        context->currentLine = line - 1;
-        Pair(*context, source - context->sourceStride, destination, width, false);
-        context->currentLine = line;
-        return ZnUtilsLib::Result();
+        return BayerDetail::ConvertWithLineBefore(source, [&](const unsigned char* pair) {
+            KernelContextScope context;
+            Pair(*context, pair, destination, width, false);
+            return ZnUtilsLib::Result();
+        });
     }
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
