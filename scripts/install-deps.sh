@@ -22,6 +22,28 @@ if [ ${#missing[@]} -gt 0 ]; then
   DEBIAN_FRONTEND=noninteractive $sudo_cmd apt-get install -y -qq "${missing[@]}"
 fi
 
+# Optional: the Python module and its tests (pybind11, numpy, pytest) and the fuzzer
+# (clang with its libFuzzer runtime). Each part is skipped, with a message, when its
+# packages cannot be had; ZN_WITH_EXTRAS=0 skips them outright.
+if [ "${ZN_WITH_EXTRAS:-1}" = 1 ]; then
+  extras=()
+  [ -f /usr/include/pybind11/pybind11.h ] || extras+=(pybind11-dev)
+  /usr/bin/python3 -c "import numpy" >/dev/null 2>&1 || extras+=(python3-numpy)
+  /usr/bin/python3 -c "import pytest" >/dev/null 2>&1 || extras+=(python3-pytest)
+  command -v clang++ >/dev/null 2>&1 || extras+=(clang)
+  ls /usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-x86_64.a >/dev/null 2>&1 ||
+    [ "$(uname -m)" != x86_64 ] || extras+=(libclang-rt-14-dev)
+  if [ ${#extras[@]} -gt 0 ]; then
+    echo "installing (optional): ${extras[*]}"
+    sudo_cmd=""
+    [ "$(id -u)" -eq 0 ] || sudo_cmd="sudo"
+    if ! { $sudo_cmd apt-get update -qq &&
+      DEBIAN_FRONTEND=noninteractive $sudo_cmd apt-get install -y -qq "${extras[@]}"; }; then
+      echo "optional packages not installed: the Python module, its tests or the fuzzer will be skipped"
+    fi
+  fi
+fi
+
 # Optional: the 64-bit ARM cross build (cross compiler, qemu, arm64 Highway and GoogleTest)
 # that runs the kernel differential test on the NEON rows. Skipped with a message when the
 # packages cannot be had; ZN_WITH_AARCH64=0 skips it outright.
