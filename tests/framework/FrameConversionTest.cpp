@@ -239,6 +239,8 @@ TEST(ConvertFrame, NamesWhatIsWrong) {
          FrameError::kUnsupportedSize, "height 3 is odd: interlaced"},
         {"quad taps with padding", In(0x10006, 8, 2, 16), Out(0x10001, 8, 2, 18, 9), none,
          FrameError::kUnsupportedSize, "must be the line itself (8 bytes)"},
+        {"planar odd-height mosaic", In(0x20010, 4, 3, 12), Out(0x820002, 4, 3, 64), none,
+         FrameError::kUnsupportedSize, "next plane's first line"},
         {"mosaic too small", In(0x20010, 1, 4, 4), Out(0x420002, 1, 4, 12), none,
          FrameError::kUnsupportedSize, "too small to demosaic"},
         {"overlap", In(0x10001, 8, 8, 64), overlapping, none, FrameError::kOverlap, "overlap"},

@@ -243,6 +243,23 @@ FrameFootprint StageFootprint(const PixelConverter& converter, uint32_t width, u
 
     const bool builtin = IsBuiltinObject(converter);
     const bool oddGroup = rules.groupBytes != 0 && width % 2 != 0;
+    // Planes lie stride x height apart: what a conversion writes past the frame would
+    // land on the next plane's first line, over pixels already converted.
+    if (builtin && Has(converter.GetDestinationTypeID(), kPlanar)) {
+        if (rules.demosaics && height % 2 != 0) {
+            return Refuse(FrameError::kUnsupportedSize,
+                          "height " + std::to_string(height) +
+                              " is odd: a mosaic writes one line past the frame, which in "
+                              "planar output is the next plane's first line");
+        }
+        if (oddGroup && destinationStride < footprint.destinationLineBytes + 1) {
+            return Refuse(FrameError::kUnsupportedSize,
+                          "width " + std::to_string(width) + " is odd: " + rules.layout +
+                              " lines write one pixel past their end, which in planar output "
+                              "needs a destination stride of at least " +
+                              std::to_string(footprint.destinationLineBytes + 1) + " bytes");
+        }
+    }
     const uint64_t lineRead =
         oddGroup ? uint64_t{(width + 1u) / 2} * rules.groupBytes : footprint.sourceLineBytes;
     const uint64_t lineWrite =
