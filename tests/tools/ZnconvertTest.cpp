@@ -130,7 +130,7 @@ TEST_F(Znconvert, HelpDescribesTheOptionsAndSucceeds) {
     EXPECT_TRUE(run.err.empty()) << run.err;
     for (const char* option :
          {"--from", "--to", "--size", "--source-padding", "--dest-padding", "--pattern", "GRBG",
-          "--demosaic", "--field-order", "--white-balance", "--list", "--raw"}) {
+          "--demosaic", "--field-order", "--white-balance", "--threads", "--list", "--raw"}) {
         EXPECT_NE(run.out.find(option), std::string::npos) << option;
     }
 }
@@ -226,6 +226,9 @@ const RawCase kRawCases[] = {
     {"SourceAndDestinationPadding",
      "-f Grayscale10-bits -t 0x10002 --width 3 --height 2 --source-padding 2 --dest-padding 3",
      Count(16), Bytes{1, 2, 3, 4, 5, 6, 0, 0, 0, 9, 10, 11, 12, 13, 14, 0, 0, 0}, nullptr},
+    // Three planes of 2x1: R, G, B.
+    {"PlanarSourceIsReadWhole", "-f 0x820002 -t 0x420002 -s 2x1", Bytes{1, 2, 3, 4, 5, 6},
+     Bytes{1, 3, 5, 2, 4, 6}, nullptr},
     {"RawKeepsABmpCapableDestinationRaw", "$GRAY -s 4x4", Count(16), Count(16), nullptr},
     // Two fields of two 2-pixel lines: the first half holds lines a0, a1, the second b0, b1.
     {"TopFieldFirstByDefault", "-f 0x210001 -t 0x10001 -s 2x4",
@@ -279,13 +282,18 @@ const BadCase kBadCases[] = {
      "no converter from 'Grayscale8-bits' (0x10001) to 'RGB48-bits' (0x20004)"},
     {"InputShorterThanTheFrame", "$GRAY -s 5x4 in out", 1,
      "holds 16 bytes, but a 5x4 frame of 'Grayscale8-bits' (0x10001) needs 20"},
-    {"PaddingMakesTheInputShort", "$GRAY -s 4x4 --source-padding 1 in out", 1, "needs 20"},
+    // The padding after the last line is never read, so it need not be there.
+    {"PaddingMakesTheInputShort", "$GRAY -s 4x4 --source-padding 1 in out", 1, "needs 19"},
     {"ZeroWidth", "$GRAY -s 0x4 in out", 2, "width must be at least 1"},
     {"ZeroHeight", "$GRAY --width 4 --height 0 in out", 2, "height must be at least 1"},
     {"AbsurdWidth", "$GRAY -s 99999999999x4 in out", 2, "too large"},
-    {"AbsurdFrame", "-f 0x10005 -t 0x10005 -s 1048576x1048576 in out", 1,
-     "more than znconvert handles"},
     {"NegativeSize", "$GRAY --width -4 --height 4 in out", 2, "not a whole number"},
+    {"NegativeThreadCount", "$GRAY -s 4x4 --threads -1 in out", 2,
+     "thread count '-1' is not a whole number"},
+    {"OddWidthOf422Yuv", "-f 0x40001 -s 3x2 in out", 1,
+     "cannot convert a 3x2 frame of 'YUV 8-bits 4:2:2' (0x40001) to 'BGR 24-bits, Packed' "
+     "(0x420006): width 3 is not a multiple of 2"},
+    {"MosaicOnePixelWide", "-f 0x20010 -t 0x420006 -s 1x16 in out", 1, "too small to demosaic"},
     {"MalformedSize", "$GRAY -s 4by4 in out", 2, "WIDTHxHEIGHT"},
     {"MissingSize", "$GRAY in out", 2, "no frame size"},
     {"MissingSourceType", "-s 4x4 in out", 2, "no source type"},
@@ -329,6 +337,38 @@ TEST_P(ZnconvertRejects, WithOneLineErrorNonZeroStatusAndOutputsLeftAsTheyWere) 
 }
 
 INSTANTIATE_TEST_SUITE_P(BadInput, ZnconvertRejects, testing::ValuesIn(kBadCases), ByLabel());
+
+struct ThreadsCase {
+    const char* label;
+    const char* options;  // converting the sample frame's bytes
+};
+
+class ZnconvertThreads : public Znconvert, public testing::WithParamInterface<ThreadsCase> {};
+
+// The sample is large enough to be cut into bands; an odd height leaves a last line to
+// convert on its own, and a chain converts twice through an intermediate image.
+TEST_P(ZnconvertThreads, GiveTheBytesOfOneThread) {
+    const std::string sample = Quote(ZN_SOURCE_DIR "/samples/raccoon-1024x768-bayer-grbg8.raw");
+    const std::string command = std::string(GetParam().options) + " " + sample + " out";
+    ASSERT_EQ(Run(command + " --threads 1").exitCode, 0);
+    const Bytes one = ReadBytes(PathOf("out"));
+    for (const char* threads : {"2", "0"}) {
+        SCOPED_TRACE(threads);
+        const ProgramRun run = Run(command + " --threads " + threads);
+        ASSERT_EQ(run.exitCode, 0) << run.err;
+        EXPECT_EQ(ReadBytes(PathOf("out")), one);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Frames, ZnconvertThreads,
+    testing::Values(ThreadsCase{"BayerBilinearBmp", "-f 0x20010 -t 0x420006 -s 1024x768"},
+                    ThreadsCase{"EvenHeightBayerBlockPlanar",
+                                "-f 0x20010 -t 0x820002 -s 1024x766 --demosaic block"},
+                    ThreadsCase{"OddHeightBayerBlockRaw",
+                                "-f 0x20010 -t 0x20007 -s 1024x767 --demosaic block"},
+                    ThreadsCase{"ChainedQuadTaps", "-f 0x10006 -t 0x420006 -s 1024x768"}),
+    ByLabel());
 
 // One line pair of two 2×2 blocks: the block rule gives each block's four pixels the
 // block's red and blue sites and the mean of its two green sites, by the pattern's tile.

@@ -167,6 +167,8 @@ Options ParseOptions(int argc, const char* const* argv) {
             options.fieldOrder = ParseFieldOrder(value());
         } else if (name == "--white-balance") {
             options.whiteBalance = ParseWhiteBalance(value());
+        } else if (name == "--threads") {
+            options.threads = ParseCount(value(), "thread count", 0, kMaxThreads);
         } else if (name == "--raw") {
             noValue();
             options.raw = true;
@@ -234,6 +236,8 @@ Options:
       --field-order F        interlaced sources, which field the file holds first:
                              top (default; even lines first) or bottom
       --white-balance R,G,B  per-channel multipliers for colour sources, e.g. 1.6,1,1.3
+      --threads N            convert in bands on up to N threads (default 1; 0: every
+                             hardware thread); small frames stay on one thread
       --raw                  write raw bytes even where a BMP file could be written
   -l, --list                 list pixel types and converters (with --from: that source's)
   -h, --help                 show this help
@@ -249,8 +253,9 @@ Output:
   The file is first written under a temporary name next to OUTPUT and then renamed, so a
   failed run never leaves a partial OUTPUT (an existing OUTPUT stays as it was).
 
-Exit status: 0 on success, 1 when the conversion cannot be done (no such converter,
-input too short, output not writable), 2 for a wrong command line.
+Exit status: 0 on success, 1 when the conversion cannot be done (no such converter, a
+frame size the layout cannot take, input too short, output not writable), 2 for a wrong
+command line.
 
 Example:
   znconvert --from "Bayer RGB8-bits" --to "BGR 24-bits, Packed" --size 1024x768 \

@@ -5,11 +5,18 @@
 #include <optional>
 #include <string>
 
+#include "ZnConvertersLib/Bayer.h"
+
 namespace znconvert {
 
 // Bayer tile at the top-left corner of the frame, named by its four samples read row by
-// row; each is one of the conversion call's one-hot pattern flags.
-enum class BayerPattern : uint32_t { GRBG = 0x10, GBRG = 0x20, RGGB = 0x40, BGGR = 0x80 };
+// row.
+enum class BayerPattern : uint32_t {
+    GRBG = ZnConvertersLib::kBayerTileGRBG,
+    GBRG = ZnConvertersLib::kBayerTileGBRG,
+    RGGB = ZnConvertersLib::kBayerTileRGGB,
+    BGGR = ZnConvertersLib::kBayerTileBGGR,
+};
 enum class Demosaic { Block, Bilinear };
 // Which field of an interlaced frame the file holds first.
 enum class FieldOrder { TopFirst, BottomFirst };
@@ -19,6 +26,8 @@ enum class FieldOrder { TopFirst, BottomFirst };
 constexpr uint32_t kMaxDimension = 1u << 20;
 constexpr uint32_t kMaxPadding = 1u << 16;
 constexpr double kMaxMultiplier = 255.0;
+// The library uses no more threads than it can gain from; beyond this a count is a typo.
+constexpr uint32_t kMaxThreads = 1024;
 
 struct Options {
     bool help = false;
@@ -37,6 +46,7 @@ struct Options {
     std::optional<Demosaic> demosaic;
     std::optional<FieldOrder> fieldOrder;
     std::optional<std::array<double, 3>> whiteBalance;
+    uint32_t threads = 1;  // 0: every hardware thread
     bool raw = false;
     std::string input;
     std::string output;

@@ -1,7 +1,8 @@
 // znconvert: converts a raw camera frame between any two pixel types the converter
-// registry connects. The library's conversion call trusts its arguments completely, so
-// every check on the command line, the input file and the sizes is made here, before
-// anything is converted.
+// registry connects. The library's checked frame call vets sizes, strides and buffers and
+// says how much each conversion reads and writes; znconvert checks the command line and
+// the input file, and sizes its buffers by what the call says.
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -16,6 +17,7 @@
 #include "Options.h"
 #include "OutputFile.h"
 #include "TypeCatalogue.h"
+#include "ZnConvertersLib/Frame.h"
 #include "ZnConvertersLib/IdentityConverter.h"
 #include "ZnConvertersLib/PixelConverter.h"
 #include "ZnConvertersLib/PixelType.h"
@@ -29,7 +31,15 @@
 namespace znconvert {
 namespace {
 
+using ZnConvertersLib::ConvertFrame;
+using ZnConvertersLib::ConvertOptions;
+using ZnConvertersLib::DemosaicMethod;
+using ZnConvertersLib::FrameFootprint;
+using ZnConvertersLib::FrameResult;
+using ZnConvertersLib::FrameView;
+using ZnConvertersLib::GetFrameFootprint;
 using ZnConvertersLib::IdentityConverter;
+using ZnConvertersLib::MutableFrameView;
 using ZnConvertersLib::PixelConverter;
 using ZnConvertersLib::PixelType;
 using ZnConvertersLib::PixelTypeFactory;
@@ -37,22 +47,11 @@ using ZnConvertersLib::RGBFilter;
 namespace Bits = ZnConvertersLib::PixelTypeBits;
 namespace fs = std::filesystem;
 
-// Largest buffer znconvert allocates for a frame, with room to spare below the 4 GiB at
-// which the library's 32-bit size arithmetic would wrap.
-constexpr uint64_t kMaxBufferBytes = uint64_t{1} << 31;
-// Beyond the frame: kernels write past their lines in documented cases (one pixel on odd
-// widths, a whole 4:1:1 group, one line after an odd-height Bayer frame) and a few read a
-// little past theirs.
-constexpr uint64_t kSlackBytes = 256;
-
-constexpr uint32_t kFlagSecondFieldFirst = 0x1;
-constexpr uint32_t kFlagNeighbourhoodDemosaic = 0x100;
-
 std::string SizeText(uint32_t width, uint32_t height) {
     return std::to_string(width) + "x" + std::to_string(height);
 }
 
-std::optional<BmpLayout> BmpLayoutFor(int64 destination, uint32_t lineSize, uint32_t width) {
+std::optional<BmpLayout> BmpLayoutFor(int64 destination, size_t lineSize, uint32_t width) {
     const uint32_t bits = Bits::Low32(destination);
     if ((bits & (Bits::kPlanar | Bits::kTapLayoutMask)) != 0) return std::nullopt;
     const PixelType* type = PixelTypeFactory::FindPixelType(destination);
@@ -67,18 +66,21 @@ std::optional<BmpLayout> BmpLayoutFor(int64 destination, uint32_t lineSize, uint
         const bool bgr = format == 0x6 || format == 0x7;
         const bool rgb = format == 0x2 || format == 0x3 || format == 0xA || format == 0xB;
         if (!bgr && !rgb) return std::nullopt;
-        if (lineSize == 3 * width) return BmpLayout{3, !bgr};
-        if (lineSize == 4 * width) return BmpLayout{4, !bgr};
+        if (lineSize == size_t{3} * width) return BmpLayout{3, !bgr};
+        if (lineSize == size_t{4} * width) return BmpLayout{4, !bgr};
     }
     return std::nullopt;
 }
 
-// Reads exactly `size` bytes of the frame into the front of buffer.
-void ReadFrame(const std::string& path, std::vector<unsigned char>& buffer, uint64_t size,
+// Reads the frame into the front of buffer, which spans the frame as the file lays it out
+// (padding after the last line included); the file must hold at least the `needed` bytes
+// the conversion reads.
+void ReadFrame(const std::string& path, std::vector<unsigned char>& buffer, size_t needed,
                const std::string& frameText) {
     std::FILE* in = std::fopen(path.c_str(), "rb");
     if (in == nullptr) Fail("cannot read input '" + path + "': " + std::strerror(errno));
-    const size_t got = std::fread(buffer.data(), 1, static_cast<size_t>(size), in);
+    const size_t size = buffer.size();
+    const size_t got = std::fread(buffer.data(), 1, size, in);
     const int readErrno = errno;
     const bool readError = std::ferror(in) != 0;
     // Only peek past the frame: the input may be a device or pipe that never ends.
@@ -88,9 +90,9 @@ void ReadFrame(const std::string& path, std::vector<unsigned char>& buffer, uint
         Fail("cannot read input '" + path + "': " +
              (readErrno == EISDIR ? std::string("it is a directory") : std::strerror(readErrno)));
     }
-    if (got < size) {
+    if (got < needed) {
         Fail("input '" + path + "' holds " + std::to_string(got) + " bytes, but " + frameText +
-             " needs " + std::to_string(size));
+             " needs " + std::to_string(needed));
     }
     if (more) {
         std::error_code error;
@@ -111,9 +113,9 @@ void ReadFrame(const std::string& path, std::vector<unsigned char>& buffer, uint
     }
 }
 
-std::vector<unsigned char> Allocate(uint64_t size, const std::string& what) {
+std::vector<unsigned char> Allocate(size_t size, const std::string& what) {
     try {
-        return std::vector<unsigned char>(static_cast<size_t>(size), 0);
+        return std::vector<unsigned char>(size, 0);
     } catch (const std::bad_alloc&) {
         Fail("not enough memory for " + what + " (" + std::to_string(size) + " bytes)");
     }
@@ -173,53 +175,53 @@ int Run(int argc, const char* const* argv) {
                   catalogue.Describe(destination) + ")");
     }
 
-    uint32_t flags = 0;
+    ConvertOptions convert;
     const BayerPattern pattern = options.pattern.value_or(BayerPattern::GRBG);
     const Demosaic demosaic = options.demosaic.value_or(Demosaic::Bilinear);
     if (!knownNotBayer) {
-        flags |= static_cast<uint32_t>(pattern);
-        if (demosaic == Demosaic::Bilinear) flags |= kFlagNeighbourhoodDemosaic;
+        convert.bayerTile = static_cast<uint32_t>(pattern);
+        if (demosaic == Demosaic::Bilinear) convert.demosaic = DemosaicMethod::kBilinear;
     }
-    if (options.fieldOrder == FieldOrder::BottomFirst) flags |= kFlagSecondFieldFirst;
+    convert.secondFieldFirst = options.fieldOrder == FieldOrder::BottomFirst;
+    convert.threads = options.threads;
 
     const uint32_t width = options.width;
     const uint32_t height = options.height;
     const std::string frameText = "a " + SizeText(width, height) + " frame of " + sourceText;
+    const auto refuse = [&](const FrameResult& result) {
+        Fail("cannot convert " + frameText + " to " + catalogue.Describe(destination) + ": " +
+             result.message);
+    };
 
-    const uint64_t sourceStride =
-        uint64_t{converter->GetSourceLineSize(width)} + options.sourcePadding;
-    const uint64_t frameBytes = sourceStride * height;
-    if (frameBytes > kMaxBufferBytes) {
-        Fail(frameText + " needs " + std::to_string(frameBytes) +
-             " bytes, more than znconvert handles (2 GiB)");
-    }
-
-    const uint32_t lineSize = converter->GetDestinationLineSize(width);
+    // Line sizes first: whether the output can be a BMP decides the destination stride.
+    const FrameFootprint lines = GetFrameFootprint(*converter, width, height);
+    if (!lines.result) refuse(lines.result);
     const std::optional<BmpLayout> bmp =
-        options.raw ? std::nullopt : BmpLayoutFor(destination, lineSize, width);
+        options.raw ? std::nullopt : BmpLayoutFor(destination, lines.destinationLineBytes, width);
     if (bmp && options.destinationPaddingGiven) {
         UsageFail(
             "--dest-padding applies to raw output (BMP rows are padded to 4 bytes "
             "anyway); add --raw to get padded raw lines");
     }
-    const uint32_t destinationPadding = bmp ? 0 : options.destinationPadding;
-    const uint64_t destinationStride = uint64_t{lineSize} + destinationPadding;
-    // A planar destination's planes are stride × destination height apart; one spare line
-    // per plane keeps an odd-height Bayer frame's extra line inside its own plane.
-    const bool planar = Bits::Has(destination, Bits::kPlanar);
-    const uint32_t callHeight = planar ? height + 1 : height;
-    const uint64_t planeBytes = destinationStride * callHeight;
-    const uint64_t destinationBytes = (planar ? 3 * planeBytes : destinationStride * (height + 2)) +
-                                      destinationStride + kSlackBytes;
-    if (destinationBytes > kMaxBufferBytes) {
-        Fail("converting " + frameText + " to " + catalogue.Describe(destination) + " needs " +
-             std::to_string(destinationBytes) + " bytes, more than znconvert handles (2 GiB)");
-    }
+    const size_t sourceStride = lines.sourceLineBytes + options.sourcePadding;
+    const size_t destinationStride =
+        lines.destinationLineBytes + (bmp ? 0 : options.destinationPadding);
+    const FrameFootprint footprint =
+        GetFrameFootprint(*converter, width, height, sourceStride, destinationStride);
+    if (!footprint.result) refuse(footprint.result);
+
+    // The files hold whole planes of whole lines, padding after the last line included; the
+    // conversion may read or write a little past that, or stop short of the last padding.
+    const auto planeCount = [](int64 type) { return Bits::Has(type, Bits::kPlanar) ? 3 : 1; };
+    const size_t sourceFileBytes = planeCount(source) * sourceStride * height;
+    const size_t planeBytes = destinationStride * height;
+    const int planes = planeCount(destination);
 
     std::vector<unsigned char> input =
-        Allocate(frameBytes + sourceStride + kSlackBytes, "the input frame");
-    ReadFrame(options.input, input, frameBytes, frameText);
-    std::vector<unsigned char> output = Allocate(destinationBytes, "the converted frame");
+        Allocate(std::max(footprint.sourceBytes, sourceFileBytes), "the input frame");
+    ReadFrame(options.input, input, footprint.sourceBytes, frameText);
+    std::vector<unsigned char> output =
+        Allocate(std::max(footprint.destinationBytes, planes * planeBytes), "the converted frame");
 
     std::unique_ptr<RGBFilter> filter;
     if (options.whiteBalance) {
@@ -230,28 +232,24 @@ int Run(int argc, const char* const* argv) {
         const auto& m = *options.whiteBalance;
         filter->SetMultipliers(m[0], m[1], m[2]);
     }
+    convert.filter = filter.get();
 
-    const ZnUtilsLib::Result result = converter->ConvertFiltered(
-        filter.get(), input.data(), width, height, output.data(), width, callHeight, width, height,
-        flags, destinationPadding, nullptr, nullptr, options.sourcePadding);
-    if (!result.IsSuccess()) {
-        Fail("the conversion failed with code " + std::to_string(result.GetCode()));
-    }
+    const FrameView in{source, width, height, sourceStride, input.data(), input.size()};
+    const MutableFrameView out{destination,       width,         height,
+                               destinationStride, output.data(), output.size()};
+    const FrameResult result = ConvertFrame(in, out, convert);
+    if (!result) refuse(result);
 
     OutputFile file(options.output);
     std::string format;
     if (bmp) {
-        WriteBmp(file, output.data(), width, height, static_cast<size_t>(destinationStride), *bmp);
+        WriteBmp(file, output.data(), width, height, destinationStride, *bmp);
         format = "BMP, " + std::to_string(bmp->bytesPerPixel * 8) + " bits per pixel";
-    } else if (planar) {
-        for (int plane = 0; plane < 3; ++plane) {
-            file.Write(output.data() + plane * planeBytes,
-                       static_cast<size_t>(destinationStride * height));
-        }
-        format = "raw, three planes of " + std::to_string(destinationStride * height) + " bytes";
     } else {
-        file.Write(output.data(), static_cast<size_t>(destinationStride * height));
-        format = "raw, " + std::to_string(destinationStride * height) + " bytes";
+        // Only the frame: an odd-height mosaic's extra line is not part of it.
+        file.Write(output.data(), planes * planeBytes);
+        format = planes == 3 ? "raw, three planes of " + std::to_string(planeBytes) + " bytes"
+                             : "raw, " + std::to_string(planeBytes) + " bytes";
     }
     file.Commit();
 
