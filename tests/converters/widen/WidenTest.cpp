@@ -9,6 +9,7 @@
 
 #include "ZnConvertersLib/Frame.h"
 #include "ZnConvertersLib/Pfnc.h"
+#include "ZnConvertersLib/PixelConverter.h"
 #include "ZnConvertersLib/PixelTypeFactory.h"
 
 using namespace ZnConvertersLib;
@@ -72,6 +73,17 @@ TEST_F(CameraFormatsTest, HandPackedStreamsDecodeToTheirSamples) {
               Words({0xFFC0, 0x0040, 0xFFC0, 0}));
     EXPECT_EQ(Convert(0x10005, kPixelTypeGray16FullRange, Words({0xFFFF, 0x1234}), 2, 1),
               Words({0xFFFF, 0x1234}));
+    // The converters themselves take any width: lines ending inside a group.
+    const auto odd = [](int64 from, const Bytes& line, uint32_t width) {
+        Bytes out(2 * width);
+        PixelTypeFactory::GetConverter(from, kPixelTypeGray16FullRange)
+            .Convert(line.data(), width, 1, out.data(), width, 1, width, 1, 0, 0, nullptr, nullptr,
+                     0);
+        return out;
+    };
+    EXPECT_EQ(odd(kPixelTypeMono10p, Pack10p({1, 2, 3, 4, 0x3FF}), 5),
+              Words({0x40, 0x80, 0xC0, 0x100, 0xFFC0}));
+    EXPECT_EQ(odd(0x410003, {0xBC, 0x3A, 0x12, 0x56, 0x04}, 3), Words({0xABC0, 0x1230, 0x4560}));
     // R 0x3FF in bits 0-9, G 0x200, B 0x004: the top eight bits of each.
     EXPECT_EQ(Convert(kPixelTypeRGB10p32, 0x420002, {0xFF, 0x03, 0x48, 0x00}, 1, 1),
               (Bytes{0xFF, 0x80, 0x01}));
