@@ -88,7 +88,9 @@ struct FrameResult {
 };
 
 // Converts source into destination (same width and height). On success the bytes equal
-// those of the converter's Convert for the same frame, strides, flags and filter.
+// those of the converter's Convert for the same frame, strides, flags and filter. Any
+// number of threads may call it at once. Conversions that run through an intermediate
+// image (the chained ones) keep it per calling thread, for the thread's next frame.
 FrameResult ConvertFrame(const FrameView& source, const MutableFrameView& destination,
                          const ConvertOptions& options = ConvertOptions());
 
