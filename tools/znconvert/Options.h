@@ -28,6 +28,8 @@ constexpr uint32_t kMaxPadding = 1u << 16;
 constexpr double kMaxMultiplier = 255.0;
 // The library uses no more threads than it can gain from; beyond this a count is a typo.
 constexpr uint32_t kMaxThreads = 1024;
+// Each frame gets its own output file; more than this many is a typo, not a recording.
+constexpr uint32_t kMaxFrames = 100000;
 
 struct Options {
     bool help = false;
@@ -48,14 +50,25 @@ struct Options {
     std::optional<std::array<double, 3>> whiteBalance;
     uint32_t threads = 1;  // 0: every hardware thread
     bool raw = false;
-    std::string input;
-    std::string output;
+    bool allowTrailing = false;
+    bool stats = false;
+    uint32_t frames = 1;
+    bool sourcePaddingGiven = false;
+    bool pnmInput = false;  // the input starts with a PGM/PPM header
+    std::string input;      // "-": standard input
+    std::string output;     // "-": standard output
 };
 
 // Parses the command line; throws CommandError (usage) for anything it cannot accept.
 Options ParseOptions(int argc, const char* const* argv);
 
 const char* HelpText();
+// PGM and PPM inputs carry their own size and type in a header.
+bool IsPnmName(const std::string& path);
+
+// What an output file holds, by its extension (any case): PNG, BMP, or else raw bytes.
+enum class FileFormat { Raw, Bmp, Png };
+FileFormat FormatByName(const std::string& path);
 const char* PatternName(BayerPattern pattern);
 
 }  // namespace znconvert

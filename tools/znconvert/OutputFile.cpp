@@ -11,6 +11,8 @@
 #include <process.h>
 #define ZN_GETPID _getpid
 #else
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #define ZN_GETPID getpid
 #endif
@@ -22,15 +24,49 @@ namespace znconvert {
 namespace fs = std::filesystem;
 
 OutputFile::OutputFile(const std::string& path) : mPath(path) {
-    std::error_code error;
-    if (fs::is_directory(fs::u8path(path), error)) {
-        Fail("cannot write output '" + path + "': it is a directory");
+    if (path == "-") {
+        // Held back like a file until Commit, so a failed run writes nothing here either.
+        mToStandardOutput = true;
+        mFile = std::tmpfile();
+        if (mFile == nullptr) {
+            Fail(std::string("cannot buffer standard output: ") + std::strerror(errno));
+        }
+        return;
     }
-    // Beside the target, so the final rename stays within one file system.
+    const fs::path target = fs::u8path(path);
+    std::error_code error;
+    const fs::file_status status = fs::symlink_status(target, error);
+    if (fs::is_symlink(status)) {
+        Fail("output '" + path +
+             "' is a symbolic link; give the file it points to, or remove the link");
+    }
+    if (fs::is_directory(status)) Fail("cannot write output '" + path + "': it is a directory");
+    if (fs::exists(status) && !fs::is_regular_file(status)) {
+        Fail("output '" + path + "' is not a regular file");
+    }
+    // Beside the target, so the final rename stays within one file system; created afresh,
+    // so nothing already there under that name is written through.
     mTemporaryPath = path + ".znconvert-" + std::to_string(static_cast<long>(ZN_GETPID())) + ".tmp";
-    mFile = std::fopen(mTemporaryPath.c_str(), "wb");
+#ifdef _WIN32
+    mFile = std::fopen(mTemporaryPath.c_str(), "wbx");
+#else
+    const int fd = ::open(mTemporaryPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd >= 0 && fs::exists(status)) {
+        // The umask may have taken bits the old file had; it had them for a reason.
+        ::fchmod(fd, static_cast<mode_t>(status.permissions() & fs::perms::mask));
+    }
+    mFile = fd < 0 ? nullptr : ::fdopen(fd, "wb");
+    if (fd >= 0 && mFile == nullptr) {
+        const int openError = errno;
+        ::close(fd);
+        ::unlink(mTemporaryPath.c_str());
+        errno = openError;
+    }
+#endif
     if (mFile == nullptr) {
-        Fail("cannot write output '" + path + "': " + std::strerror(errno));
+        const int openError = errno;
+        mTemporaryPath.clear();
+        Fail("cannot write output '" + path + "': " + std::strerror(openError));
     }
 }
 
@@ -39,10 +75,8 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::Discard() {
-    if (mFile != nullptr) {
-        std::fclose(mFile);
-        mFile = nullptr;
-    }
+    if (mFile != nullptr) std::fclose(mFile);
+    mFile = nullptr;
     if (!mTemporaryPath.empty()) {
         std::error_code ignored;
         fs::remove(fs::u8path(mTemporaryPath), ignored);
@@ -59,6 +93,30 @@ void OutputFile::Write(const void* data, size_t size) {
 }
 
 void OutputFile::Commit() {
+    if (mToStandardOutput) {
+        char buffer[1 << 16];
+        bool copied = std::fflush(mFile) == 0 && std::fseek(mFile, 0, SEEK_SET) == 0;
+        for (size_t got; copied && (got = std::fread(buffer, 1, sizeof buffer, mFile)) != 0;) {
+            copied = std::fwrite(buffer, 1, got, stdout) == got;
+        }
+        copied = copied && std::ferror(mFile) == 0 && std::fflush(stdout) == 0;
+        const int error = errno;
+        Discard();
+        if (!copied) Fail(std::string("cannot write to standard output: ") + std::strerror(error));
+        return;
+    }
+    Close();
+    std::error_code error;
+    fs::rename(fs::u8path(mTemporaryPath), fs::u8path(mPath), error);
+    if (error) {
+        Discard();
+        Fail("cannot write output '" + mPath + "': " + error.message());
+    }
+    mTemporaryPath.clear();
+}
+
+void OutputFile::Close() {
+    if (mToStandardOutput || mFile == nullptr) return;
     // Buffered data can still fail to reach the disk (a full file system shows up here).
     const bool flushed = std::fflush(mFile) == 0;
     const int flushError = errno;
@@ -70,13 +128,6 @@ void OutputFile::Commit() {
         Fail("cannot write output '" + mPath +
              "': " + std::strerror(flushed ? closeError : flushError));
     }
-    std::error_code error;
-    fs::rename(fs::u8path(mTemporaryPath), fs::u8path(mPath), error);
-    if (error) {
-        Discard();
-        Fail("cannot write output '" + mPath + "': " + error.message());
-    }
-    mTemporaryPath.clear();
 }
 
 namespace {

@@ -10,7 +10,9 @@ namespace znconvert {
 // A file that appears under its name only once it is complete: the bytes go to a
 // temporary file beside it, which Commit renames over the target. Anything that goes
 // wrong before Commit (including an exception unwinding past it) removes the temporary
-// file, so the target is either the old file or the complete new one.
+// file, so the target is either the old file or the complete new one. A replaced file
+// keeps its permissions; a symbolic link is refused rather than replaced by a file or
+// written through. "-" is standard output, which gets the bytes at Commit.
 class OutputFile {
 public:
     explicit OutputFile(const std::string& path);  // throws CommandError
@@ -19,7 +21,13 @@ public:
     OutputFile& operator=(const OutputFile&) = delete;
 
     void Write(const void* data, size_t size);  // throws CommandError
-    void Commit();                              // throws CommandError
+    // Ends the writing but not the wait for Commit, so many files can wait without
+    // holding a descriptor each. Standard output stays open.
+    void Close();   // throws CommandError
+    void Commit();  // throws CommandError
+    // For writers that need a stream; what they write counts as written by Write.
+    std::FILE* Stream() const { return mFile; }
+    const std::string& Path() const { return mPath; }
 
 private:
     void Discard();
@@ -27,6 +35,7 @@ private:
     std::string mPath;
     std::string mTemporaryPath;
     std::FILE* mFile = nullptr;
+    bool mToStandardOutput = false;
 };
 
 // How a converted buffer maps onto a BMP file.

@@ -1,9 +1,10 @@
-// znconvert: converts a raw camera frame between any two pixel types the converter
+// znconvert: converts raw camera frames between any two pixel types the converter
 // registry connects. The library's checked frame call vets sizes, strides and buffers and
 // says how much each conversion reads and writes; znconvert checks the command line and
 // the input file, and sizes its buffers by what the call says.
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -16,9 +17,12 @@
 #include "Errors.h"
 #include "Options.h"
 #include "OutputFile.h"
+#include "PngFile.h"
+#include "PnmInput.h"
 #include "TypeCatalogue.h"
 #include "ZnConvertersLib/Frame.h"
 #include "ZnConvertersLib/IdentityConverter.h"
+#include "ZnConvertersLib/Pfnc.h"
 #include "ZnConvertersLib/PixelConverter.h"
 #include "ZnConvertersLib/PixelType.h"
 #include "ZnConvertersLib/PixelTypeFactory.h"
@@ -72,52 +76,131 @@ std::optional<BmpLayout> BmpLayoutFor(int64 destination, size_t lineSize, uint32
     return std::nullopt;
 }
 
-// Reads the frame into the front of buffer, which spans the frame as the file lays it out
-// (padding after the last line included); the file must hold at least the `needed` bytes
-// the conversion reads.
-void ReadFrame(const std::string& path, std::vector<unsigned char>& buffer, size_t needed,
-               const std::string& frameText) {
-    std::FILE* in = std::fopen(path.c_str(), "rb");
-    if (in == nullptr) Fail("cannot read input '" + path + "': " + std::strerror(errno));
-    const size_t size = buffer.size();
-    const size_t got = std::fread(buffer.data(), 1, size, in);
-    const int readErrno = errno;
-    const bool readError = std::ferror(in) != 0;
-    // Only peek past the frame: the input may be a device or pipe that never ends.
-    const bool more = got == size && !readError && std::fgetc(in) != EOF;
-    std::fclose(in);
-    if (readError) {
-        Fail("cannot read input '" + path + "': " +
-             (readErrno == EISDIR ? std::string("it is a directory") : std::strerror(readErrno)));
-    }
-    if (got < needed) {
-        Fail("input '" + path + "' holds " + std::to_string(got) + " bytes, but " + frameText +
-             " needs " + std::to_string(needed));
-    }
-    if (more) {
-        std::error_code error;
-        const fs::path file = fs::u8path(path);
-        const bool regular = fs::is_regular_file(file, error);
-        const uintmax_t total = regular ? fs::file_size(file, error) : 0;
-        if (regular && !error && total > size) {
-            std::fprintf(stderr,
-                         "znconvert: warning: input '%s' holds %ju bytes after the frame; they "
-                         "are ignored\n",
-                         path.c_str(), static_cast<uintmax_t>(total - size));
-        } else {
-            std::fprintf(stderr,
-                         "znconvert: warning: input '%s' goes on after the frame; the rest is "
-                         "ignored\n",
-                         path.c_str());
+// The PNG a destination maps onto: the BMP ones, and gray or RGB samples in 16-bit words.
+// Normalized types are left out, since their words do not say how many bits count.
+std::optional<ZnTools::PngImage> PngLayoutFor(int64 destination, size_t lineSize, uint32_t width) {
+    using ZnTools::PngLayout;
+    const auto image = [](PngLayout layout, uint32_t bits) {
+        ZnTools::PngImage png{};
+        png.layout = layout;
+        png.significantBits = bits;
+        return std::optional<ZnTools::PngImage>(png);
+    };
+    if (const std::optional<BmpLayout> bmp = BmpLayoutFor(destination, lineSize, width)) {
+        if (bmp->bytesPerPixel == 1) return image(PngLayout::kGray8, 8);
+        if (bmp->bytesPerPixel == 3) {
+            return image(bmp->swapRedBlue ? PngLayout::kRGB8 : PngLayout::kBGR8, 8);
         }
+        return image(bmp->swapRedBlue ? PngLayout::kRGBX8 : PngLayout::kBGRX8, 8);
     }
+    const uint32_t bits = Bits::Low32(destination);
+    if ((bits & (Bits::kPlanar | Bits::kTapLayoutMask | Bits::kNormalized | Bits::kPacked |
+                 Bits::kInterlaced)) != 0) {
+        return std::nullopt;
+    }
+    const PixelType* type = PixelTypeFactory::FindPixelType(destination);
+    if (type == nullptr || type->IsBayerPattern()) return std::nullopt;
+    const uint32_t format = bits & Bits::kFormatMask;
+    const uint32_t space = bits & Bits::kColorSpaceMask;
+    const uint32_t depth = type->GetPixelBitSize();
+    if (space == Bits::kGrayscale && type->GetPixelByteSize() == 2 && depth > 8 && depth <= 16 &&
+        lineSize == size_t{2} * width) {
+        return image(PngLayout::kGray16, depth);
+    }
+    if (space == Bits::kRGB && type->GetPixelByteSize() == 6 && lineSize == size_t{6} * width) {
+        const uint32_t sample = depth == 48 ? 16 : depth;
+        if (sample <= 8 || sample > 16) return std::nullopt;
+        const bool bgr =
+            destination == ZnConvertersLib::kPixelTypeBGR48 || format == 0x42 || format == 0x43;
+        return image(bgr ? PngLayout::kBGR16 : PngLayout::kRGB16, sample);
+    }
+    return std::nullopt;
 }
+
+// out.png -> out-0003.png: the number goes before the extension, so the name still says
+// what the file holds.
+std::string NumberedPath(const std::string& path, uint32_t index) {
+    char number[16];
+    std::snprintf(number, sizeof number, "-%04u", static_cast<unsigned>(index));
+    const size_t slash = path.find_last_of("/\\");
+    const size_t dot = path.find_last_of('.');
+    const bool hasExtension =
+        dot != std::string::npos && dot != 0 && (slash == std::string::npos || dot > slash + 1);
+    if (!hasExtension) return path + number;
+    return path.substr(0, dot) + number + path.substr(dot);
+}
+
+// The input as a stream: a file, or standard input for "-".
+class InputStream {
+public:
+    explicit InputStream(const std::string& path) : mPath(path) {
+        if (path == "-") {
+            mFile = stdin;
+            mName = "standard input";
+            return;
+        }
+        mName = "input '" + path + "'";
+        std::error_code error;
+        if (fs::is_directory(fs::u8path(path), error)) {
+            Fail("cannot read " + mName + ": it is a directory");
+        }
+        mFile = std::fopen(path.c_str(), "rb");
+        if (mFile == nullptr) Fail("cannot read " + mName + ": " + std::strerror(errno));
+    }
+    ~InputStream() {
+        if (mFile != nullptr && mFile != stdin) std::fclose(mFile);
+    }
+    InputStream(const InputStream&) = delete;
+    InputStream& operator=(const InputStream&) = delete;
+
+    std::FILE* File() const { return mFile; }
+    const std::string& Name() const { return mName; }  // "input 'x'" or "standard input"
+
+    // Reads up to size bytes; fewer only at the end of the input.
+    size_t Read(void* data, size_t size) {
+        const size_t got = std::fread(data, 1, size, mFile);
+        if (std::ferror(mFile) != 0) Fail("cannot read " + mName + ": " + std::strerror(errno));
+        mOffset += got;
+        return got;
+    }
+
+    // Refuses bytes after the frames unless they may be ignored. Only peeks: the input may
+    // be a device or pipe that never ends.
+    void CheckEnd(bool allowTrailing, const std::string& what) {
+        if (allowTrailing || std::fgetc(mFile) == EOF) return;
+        std::error_code error;
+        const fs::path file = fs::u8path(mPath);
+        const bool regular = mFile != stdin && fs::is_regular_file(file, error);
+        const uintmax_t total = regular ? fs::file_size(file, error) : 0;
+        if (regular && !error && total > mOffset) {
+            Fail(mName + " holds " + std::to_string(total - mOffset) + " bytes after " + what +
+                 "; give --allow-trailing to ignore them");
+        }
+        Fail(mName + " goes on after " + what + "; give --allow-trailing to ignore the rest");
+    }
+
+private:
+    std::string mPath;
+    std::string mName;
+    std::FILE* mFile = nullptr;
+    uintmax_t mOffset = 0;
+};
 
 std::vector<unsigned char> Allocate(size_t size, const std::string& what) {
     try {
         return std::vector<unsigned char>(size, 0);
     } catch (const std::bad_alloc&) {
         Fail("not enough memory for " + what + " (" + std::to_string(size) + " bytes)");
+    }
+}
+
+// Refuses an output that is the input itself: a conversion that was not what the user
+// wanted would otherwise have destroyed the only copy of the frame.
+void CheckDistinct(const std::string& input, const std::string& output) {
+    if (input == "-" || output == "-") return;
+    std::error_code error;
+    if (fs::equivalent(fs::u8path(input), fs::u8path(output), error) && !error) {
+        UsageFail("output '" + output + "' is the input file; give another name");
     }
 }
 
@@ -137,14 +220,62 @@ int Run(int argc, const char* const* argv) {
         if (options.from.empty()) {
             catalogue.List(stdout, nullptr);
         } else {
-            const int64 from = catalogue.Resolve(options.from, "source");
+            const int64 from = catalogue.Resolve(options.from, "source").id;
             catalogue.List(stdout, &from);
         }
         return 0;
     }
 
-    const int64 source = catalogue.Resolve(options.from, "source");
-    const int64 destination = catalogue.Resolve(options.to, "destination");
+    // Everything the command line alone decides is checked before the input is opened.
+    std::optional<ResolvedType> named;
+    if (!options.from.empty()) named = catalogue.Resolve(options.from, "source");
+    const ResolvedType target = catalogue.Resolve(options.to, "destination");
+    const int64 destination = target.id;
+    const FileFormat fileFormat = options.raw ? FileFormat::Raw : FormatByName(options.output);
+    if (fileFormat != FileFormat::Raw && options.destinationPaddingGiven) {
+        UsageFail(std::string("--dest-padding applies to raw output (") +
+                  (fileFormat == FileFormat::Bmp ? "BMP rows are padded to 4 bytes anyway"
+                                                 : "PNG lines are never padded") +
+                  "); add --raw to get padded raw lines");
+    }
+    std::vector<std::string> outputs;
+    for (uint32_t i = 0; i < options.frames; ++i) {
+        outputs.push_back(options.frames == 1 || options.output == "-"
+                              ? options.output
+                              : NumberedPath(options.output, i));
+        CheckDistinct(options.input, outputs.back());
+    }
+    if (fileFormat == FileFormat::Png && !ZnTools::PngAvailable()) {
+        Fail("cannot write '" + options.output +
+             "': this znconvert was built without PNG support; use .bmp or raw output");
+    }
+
+    InputStream input(options.input);
+    std::optional<PnmHeader> pnm;
+    int64 source = 0;
+    uint32_t width = options.width;
+    uint32_t height = options.height;
+    if (options.pnmInput) {
+        pnm = ReadPnmHeader(input.File(), input.Name());
+        source = pnm->PixelType();
+        // A PGM is a common container for a raw 8-bit mosaic, so that one reading is
+        // allowed; any other type would read the samples as something they are not.
+        const bool mosaic8 = !pnm->colour && !pnm->Wide() && named && named->id == 0x20010;
+        if (named && named->id != source && !mosaic8) {
+            Fail("--from " + options.from + " contradicts the header of " + input.Name() + " (" +
+                 pnm->Describe() + ": " + catalogue.Describe(source) + ")");
+        }
+        if (mosaic8) source = named->id;
+        if (options.widthGiven && (width != pnm->width || height != pnm->height)) {
+            Fail("--size " + SizeText(width, height) + " contradicts the header of " +
+                 input.Name() + " (" + pnm->Describe() + ")");
+        }
+        width = pnm->width;
+        height = pnm->height;
+    } else {
+        source = named->id;
+    }
+
     const PixelConverter* converter = PixelTypeFactory::FindConverter(source, destination);
     if (converter == nullptr) {
         Fail("no converter from " + catalogue.Describe(source) + " to " +
@@ -175,8 +306,25 @@ int Run(int argc, const char* const* argv) {
                   catalogue.Describe(destination) + ")");
     }
 
+    // The tile: --pattern, else the one a GenICam name gives, else GRBG. A GenICam name
+    // that says otherwise than --pattern leaves no way to tell which is meant.
+    std::optional<BayerPattern> tile = options.pattern;
+    const auto nameTile = [&](const ResolvedType& type, const char* option) {
+        if (type.bayerTile == 0) return;
+        const auto fromName = static_cast<BayerPattern>(type.bayerTile);
+        if (tile && *tile != fromName) {
+            UsageFail(std::string(option) + " " + type.pfncName + " has tile " +
+                      PatternName(fromName) + ", but " +
+                      (options.pattern ? "--pattern says " : "the source has ") +
+                      PatternName(*tile));
+        }
+        tile = fromName;
+    };
+    if (named && source == named->id) nameTile(*named, "--from");
+    if (!knownNotBayer) nameTile(target, "--to");
+
     ConvertOptions convert;
-    const BayerPattern pattern = options.pattern.value_or(BayerPattern::GRBG);
+    const BayerPattern pattern = tile.value_or(BayerPattern::GRBG);
     const Demosaic demosaic = options.demosaic.value_or(Demosaic::Bilinear);
     if (!knownNotBayer) {
         convert.bayerTile = static_cast<uint32_t>(pattern);
@@ -185,27 +333,34 @@ int Run(int argc, const char* const* argv) {
     convert.secondFieldFirst = options.fieldOrder == FieldOrder::BottomFirst;
     convert.threads = options.threads;
 
-    const uint32_t width = options.width;
-    const uint32_t height = options.height;
     const std::string frameText = "a " + SizeText(width, height) + " frame of " + sourceText;
     const auto refuse = [&](const FrameResult& result) {
         Fail("cannot convert " + frameText + " to " + catalogue.Describe(destination) + ": " +
              result.message);
     };
 
-    // Line sizes first: whether the output can be a BMP decides the destination stride.
+    // Line sizes first: the output format decides the destination stride.
     const FrameFootprint lines = GetFrameFootprint(*converter, width, height);
     if (!lines.result) refuse(lines.result);
-    const std::optional<BmpLayout> bmp =
-        options.raw ? std::nullopt : BmpLayoutFor(destination, lines.destinationLineBytes, width);
-    if (bmp && options.destinationPaddingGiven) {
-        UsageFail(
-            "--dest-padding applies to raw output (BMP rows are padded to 4 bytes "
-            "anyway); add --raw to get padded raw lines");
+    std::optional<BmpLayout> bmp;
+    std::optional<ZnTools::PngImage> png;
+    if (fileFormat == FileFormat::Bmp) {
+        bmp = BmpLayoutFor(destination, lines.destinationLineBytes, width);
+        if (!bmp) {
+            UsageFail("BMP files cannot hold " + catalogue.Describe(destination) +
+                      "; write a .png or a raw file (any other name)");
+        }
+    } else if (fileFormat == FileFormat::Png) {
+        png = PngLayoutFor(destination, lines.destinationLineBytes, width);
+        if (!png) {
+            UsageFail("PNG files cannot hold " + catalogue.Describe(destination) +
+                      "; write a raw file (any name but .png or .bmp) or convert to RGB");
+        }
     }
     const size_t sourceStride = lines.sourceLineBytes + options.sourcePadding;
     const size_t destinationStride =
-        lines.destinationLineBytes + (bmp ? 0 : options.destinationPadding);
+        lines.destinationLineBytes +
+        (fileFormat == FileFormat::Raw ? options.destinationPadding : 0);
     const FrameFootprint footprint =
         GetFrameFootprint(*converter, width, height, sourceStride, destinationStride);
     if (!footprint.result) refuse(footprint.result);
@@ -213,14 +368,15 @@ int Run(int argc, const char* const* argv) {
     // The files hold whole planes of whole lines, padding after the last line included; the
     // conversion may read or write a little past that, or stop short of the last padding.
     const auto planeCount = [](int64 type) { return Bits::Has(type, Bits::kPlanar) ? 3 : 1; };
-    const size_t sourceFileBytes = planeCount(source) * sourceStride * height;
+    const size_t frameFileBytes =
+        pnm ? pnm->DataBytes() : planeCount(source) * sourceStride * height;
+    const size_t needed = std::min(footprint.sourceBytes, frameFileBytes);
     const size_t planeBytes = destinationStride * height;
     const int planes = planeCount(destination);
 
-    std::vector<unsigned char> input =
-        Allocate(std::max(footprint.sourceBytes, sourceFileBytes), "the input frame");
-    ReadFrame(options.input, input, footprint.sourceBytes, frameText);
-    std::vector<unsigned char> output =
+    std::vector<unsigned char> in =
+        Allocate(std::max(footprint.sourceBytes, frameFileBytes), "the input frame");
+    std::vector<unsigned char> out =
         Allocate(std::max(footprint.destinationBytes, planes * planeBytes), "the converted frame");
 
     std::unique_ptr<RGBFilter> filter;
@@ -234,33 +390,104 @@ int Run(int argc, const char* const* argv) {
     }
     convert.filter = filter.get();
 
-    const FrameView in{source, width, height, sourceStride, input.data(), input.size()};
-    const MutableFrameView out{destination,       width,         height,
-                               destinationStride, output.data(), output.size()};
-    const FrameResult result = ConvertFrame(in, out, convert);
-    if (!result) refuse(result);
-
-    OutputFile file(options.output);
+    // Every frame goes to a temporary file first, and none is renamed into place before
+    // all have converted: a bad frame late in the input leaves no outputs behind.
+    std::vector<std::unique_ptr<OutputFile>> files;
     std::string format;
-    if (bmp) {
-        WriteBmp(file, output.data(), width, height, destinationStride, *bmp);
-        format = "BMP, " + std::to_string(bmp->bytesPerPixel * 8) + " bits per pixel";
-    } else {
-        // Only the frame: an odd-height mosaic's extra line is not part of it.
-        file.Write(output.data(), planes * planeBytes);
-        format = planes == 3 ? "raw, three planes of " + std::to_string(planeBytes) + " bytes"
-                             : "raw, " + std::to_string(planeBytes) + " bytes";
+    std::chrono::steady_clock::duration converting{};
+    for (uint32_t frame = 0; frame < options.frames; ++frame) {
+        const std::string which = options.frames == 1
+                                      ? frameText
+                                      : "frame " + std::to_string(frame) + " (" + frameText + ")";
+        if (pnm && frame > 0) {
+            const int c = std::fgetc(input.File());
+            if (c == EOF || std::ungetc(c, input.File()) == EOF) {
+                Fail(input.Name() + " holds " + std::to_string(frame) +
+                     " images, but --frames asks for " + std::to_string(options.frames));
+            }
+            const PnmHeader next = ReadPnmHeader(input.File(), input.Name());
+            if (next.Describe() != pnm->Describe() || next.maxValue != pnm->maxValue) {
+                Fail(input.Name() + ": image " + std::to_string(frame) + " (" + next.Describe() +
+                     ") differs from the first (" + pnm->Describe() + ")");
+            }
+        }
+        const bool last = frame + 1 == options.frames;
+        const size_t want = last ? needed : frameFileBytes;
+        const size_t got = input.Read(in.data(), want);
+        if (got < want) {
+            Fail(input.Name() + (options.frames == 1 ? " holds " : " has ") + std::to_string(got) +
+                 " bytes" + (options.frames == 1 ? "" : " left") + ", but " + which + " needs " +
+                 std::to_string(want));
+        }
+        if (last && needed < frameFileBytes) {
+            input.Read(in.data() + needed, frameFileBytes - needed);
+        }
+        if (pnm && pnm->Wide()) SwapSampleBytes(in.data(), frameFileBytes);
+
+        const FrameView view{source, width, height, sourceStride, in.data(), in.size()};
+        const MutableFrameView converted{destination,       width,      height,
+                                         destinationStride, out.data(), out.size()};
+        const auto start = std::chrono::steady_clock::now();
+        const FrameResult result = ConvertFrame(view, converted, convert);
+        converting += std::chrono::steady_clock::now() - start;
+        if (!result) refuse(result);
+
+        // Standard output takes every frame, one after the other.
+        if (files.empty() || options.output != "-") {
+            files.push_back(std::make_unique<OutputFile>(outputs[frame]));
+        }
+        OutputFile& file = *files.back();
+        if (bmp) {
+            WriteBmp(file, out.data(), width, height, destinationStride, *bmp);
+            format = "BMP, " + std::to_string(bmp->bytesPerPixel * 8) + " bits per pixel";
+        } else if (png) {
+            ZnTools::PngImage image = *png;
+            image.pixels = out.data();
+            image.width = width;
+            image.height = height;
+            image.stride = destinationStride;
+            const std::string error = ZnTools::WritePng(file.Stream(), image);
+            if (!error.empty()) Fail("cannot write output '" + file.Path() + "': " + error);
+            const bool wide = image.layout == ZnTools::PngLayout::kGray16 ||
+                              image.layout == ZnTools::PngLayout::kRGB16 ||
+                              image.layout == ZnTools::PngLayout::kBGR16;
+            format = std::string("PNG, ") + (wide ? "16" : "8") + " bits per sample";
+        } else {
+            // Only the frame: an odd-height mosaic's extra line is not part of it.
+            file.Write(out.data(), planes * planeBytes);
+            format = planes == 3 ? "raw, three planes of " + std::to_string(planeBytes) + " bytes"
+                                 : "raw, " + std::to_string(planeBytes) + " bytes";
+        }
+        file.Close();
     }
-    file.Commit();
+    input.CheckEnd(options.allowTrailing, options.frames == 1
+                                              ? std::string("the frame")
+                                              : std::to_string(options.frames) + " frames");
+    for (auto& file : files) file->Commit();
 
     std::string details;
     if (!knownNotBayer && sourceType != nullptr && !copy) {
         details = std::string(", pattern ") + PatternName(pattern) +
                   (demosaic == Demosaic::Bilinear ? ", bilinear" : ", block");
     }
-    std::printf("%s: %s %s -> %s%s (%s)\n", options.output.c_str(), SizeText(width, height).c_str(),
-                sourceText.c_str(), catalogue.Describe(destination).c_str(), details.c_str(),
-                format.c_str());
+    // Standard output may be the converted bytes themselves.
+    if (options.output != "-") {
+        const std::string written = outputs.size() == 1
+                                        ? outputs.front()
+                                        : outputs.front() + " ... " + outputs.back() + " (" +
+                                              std::to_string(outputs.size()) + " frames)";
+        std::printf("%s: %s %s -> %s%s (%s)\n", written.c_str(), SizeText(width, height).c_str(),
+                    sourceText.c_str(), catalogue.Describe(destination).c_str(), details.c_str(),
+                    format.c_str());
+    }
+    if (options.stats) {
+        const double seconds = std::chrono::duration<double>(converting).count();
+        const double pixels = double(width) * height * options.frames;
+        std::fprintf(stderr, "znconvert: converted %u frame%s of %s in %.3f ms (%.1f MPix/s)\n",
+                     static_cast<unsigned>(options.frames), options.frames == 1 ? "" : "s",
+                     SizeText(width, height).c_str(), seconds * 1e3,
+                     pixels / std::max(seconds, 1e-9) / 1e6);
+    }
     return 0;
 }
 
