@@ -22,6 +22,9 @@ ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
 TSAN_OPTIONS=halt_on_error=1 \
   suite tsan -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE=-O1 -DZN_SANITIZE=thread \
   -DZN_CONCURRENCY_TESTS_ONLY=ON
+# The frame API under libFuzzer (clang, ASan + UBSan), for a bounded time on its seeds.
+echo "=== fuzz ==="
+scripts/fuzz.sh "${ZN_FUZZ_SECONDS:-60}"
 # The NEON rows, cross-compiled and run under qemu against the plain rows.
 if command -v aarch64-linux-gnu-g++ >/dev/null 2>&1 && command -v qemu-aarch64 >/dev/null 2>&1 &&
   [ -f /usr/lib/aarch64-linux-gnu/libhwy.so ] && [ -f /usr/lib/aarch64-linux-gnu/libgtest.a ]; then

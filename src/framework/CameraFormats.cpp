@@ -24,7 +24,7 @@
 namespace ZnConvertersLib {
 namespace {
 
-constexpr int64 kGray8 = 0x10001, kGray10 = 0x10002, kGray12 = 0x10003, kGray14 = 0x10004,
+constexpr int64 kGray10 = 0x10002, kGray12 = 0x10003, kGray14 = 0x10004,
                 kGray16 = 0x10005, kGray12Packed = 0x410003, kBayer10 = 0x20011, kBayer12 = 0x20012,
                 kBayer12Packed = 0x420012;
 constexpr int64 kGrayDisplay[] = {0x10001, 0x20001, 0x420002, 0x420006, 0x20003, 0x20007, 0x820002};
