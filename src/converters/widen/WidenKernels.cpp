@@ -10,6 +10,9 @@
 #include <hwy/foreach_target.h>  // IWYU pragma: keep
 #include <hwy/highway.h>
 
+#include <algorithm>
+#include <cstring>
+
 #include "converters/common/ChannelStores-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -46,46 +49,103 @@ HWY_INLINE hn::Vec<D> LoadBlocks(D d, const uint8_t* p, size_t step) {
     }
 }
 
+#if HWY_TARGET == HWY_AVX3_DL
+// One load and one byte permute across the whole vector gathers every sample's bytes.
+class SampleBytes {
+public:
+    explicit SampleBytes(const BitStream& stream) {
+        alignas(64) uint8_t index[64];
+        for (size_t j = 0; j < 64; ++j) {
+            index[j] = static_cast<uint8_t>(j / 16 * stream.bytesPerBlock + stream.pairs[j % 16]);
+        }
+        mIndex = _mm512_load_si512(index);
+    }
+    static size_t Reach(const BitStream&) { return 64; }
+    V8 Gather(D8, const uint8_t* p) const {
+        return V8{_mm512_permutexvar_epi8(mIndex, _mm512_loadu_si512(p))};
+    }
+
+private:
+    __m512i mIndex;
+};
+#else
+// A 16-byte load for each 128-bit block and a byte shuffle within blocks.
+class SampleBytes {
+public:
+    explicit SampleBytes(const BitStream& stream)
+        : mPairs(hn::LoadDup128(D8(), stream.pairs)), mStep(stream.bytesPerBlock) {}
+    static size_t Reach(const BitStream& stream) {
+        return (hn::Lanes(D8()) / 16 - 1) * stream.bytesPerBlock + 16;
+    }
+    V8 Gather(D8 d, const uint8_t* p) const {
+        return hn::TableLookupBytes(LoadBlocks(d, p, mStep), mPairs);
+    }
+
+private:
+    V8 mPairs;
+    size_t mStep;
+};
+#endif
+
 uint32_t StreamRow(const BitStream& stream, uint32_t shift, const unsigned char* source,
                    uint32_t sourceBytes, unsigned char* destination, uint32_t count) {
     const D8 d8;
     const D16 d16;
     const size_t lanes = hn::Lanes(d16), blocks = lanes / 8;
-    const auto pairs = hn::LoadDup128(d8, stream.pairs);
+    const SampleBytes gather(stream);
     const auto lift = hn::LoadDup128(d16, stream.lift);
-    // The last block's 16-byte load must end inside the line.
-    const size_t reach = (blocks - 1) * stream.bytesPerBlock + 16;
     // Scaled to 16 bits, the lifted sample is already in place: only its low bits go.
     const bool fullRange = static_cast<int>(shift) == stream.top;
     const auto high = hn::Set(d16, static_cast<uint16_t>(0xFFFF << stream.top));
-    uint32_t i = 0;
-    for (size_t at = 0; i + lanes <= count && at + reach <= sourceBytes;
-         i += static_cast<uint32_t>(lanes), at += blocks * stream.bytesPerBlock) {
-        const auto bytes =
-            hn::TableLookupBytes(LoadBlocks(d8, source + at, stream.bytesPerBlock), pairs);
+    const auto convert = [&](const uint8_t* bytes, uint16_t* out) {
         // The multiply keeps the low 16 bits: the sample's bits end at the top.
-        const auto lifted = hn::Mul(hn::BitCast(d16, bytes), lift);
+        const auto lifted = hn::Mul(hn::BitCast(d16, gather.Gather(d8, bytes)), lift);
         const auto samples = fullRange ? hn::And(lifted, high)
                                        : hn::ShiftLeftSame(hn::ShiftRightSame(lifted, stream.top),
                                                            static_cast<int>(shift));
-        hn::StoreU(samples, d16, reinterpret_cast<uint16_t*>(destination) + i);
+        hn::StoreU(samples, d16, out);
+    };
+    // Whole vectors while their loads end inside the line.
+    const size_t reach = SampleBytes::Reach(stream);
+    uint32_t i = 0;
+    size_t at = 0;
+    for (; i + lanes <= count && at + reach <= sourceBytes;
+         i += static_cast<uint32_t>(lanes), at += blocks * stream.bytesPerBlock) {
+        convert(source + at, reinterpret_cast<uint16_t*>(destination) + i);
     }
-    return i;
+    // The rest of the line through a staging copy, so no load passes the line's end:
+    // a plain row would cost more than the whole vector part of a line.
+    HWY_ALIGN uint8_t in[128];
+    HWY_ALIGN uint16_t out[64];
+    while (i < count) {
+        const uint32_t n = static_cast<uint32_t>(std::min<size_t>(lanes, count - i));
+        const size_t available = std::min(sourceBytes - at, reach);
+        std::memset(in, 0, sizeof in);
+        std::memcpy(in, source + at, available);
+        convert(in, out);
+        std::memcpy(destination + 2 * size_t{i}, out, 2 * size_t{n});
+        i += n;
+        at += blocks * stream.bytesPerBlock;
+    }
+    return count;
 }
 
+// The last vector ends at the line end, overlapping the one before it.
 uint32_t WordsRow(uint32_t bits, uint32_t shift, const unsigned char* source,
                   unsigned char* destination, uint32_t count) {
     const D16 d;
     const size_t n = hn::Lanes(d);
+    if (count < n) return 0;
     const auto most = hn::Set(d, static_cast<uint16_t>((1u << bits) - 1));
     const auto* in = reinterpret_cast<const uint16_t*>(source);
     auto* out = reinterpret_cast<uint16_t*>(destination);
-    uint32_t i = 0;
-    for (; i + n <= count; i += static_cast<uint32_t>(n)) {
+    for (size_t i = 0;; i += n) {
+        if (i + n > count) i = count - n;
         const auto v = hn::Min(hn::LoadU(d, in + i), most);
         hn::StoreU(hn::ShiftLeftSame(v, static_cast<int>(shift)), d, out + i);
+        if (i + n == count) break;
     }
-    return i;
+    return count;
 }
 
 }  // namespace
