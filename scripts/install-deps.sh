@@ -22,8 +22,9 @@ if [ ${#missing[@]} -gt 0 ]; then
   DEBIAN_FRONTEND=noninteractive $sudo_cmd apt-get install -y -qq "${missing[@]}"
 fi
 
-# Optional: the Python module and its tests (pybind11, numpy, pytest) and the fuzzer
-# (clang with its libFuzzer runtime). Each part is skipped, with a message, when its
+# Optional: the Python module and its tests (pybind11, numpy, pytest), the fuzzer (clang
+# with its libFuzzer runtime), PNG output of the tools (libpng) and the camera example
+# with its fake-camera test (Aravis). Each part is skipped, with a message, when its
 # packages cannot be had; ZN_WITH_EXTRAS=0 skips them outright.
 if [ "${ZN_WITH_EXTRAS:-1}" = 1 ]; then
   extras=()
@@ -33,13 +34,16 @@ if [ "${ZN_WITH_EXTRAS:-1}" = 1 ]; then
   command -v clang++ >/dev/null 2>&1 || extras+=(clang)
   ls /usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-x86_64.a >/dev/null 2>&1 ||
     [ "$(uname -m)" != x86_64 ] || extras+=(libclang-rt-14-dev)
+  [ -f /usr/include/png.h ] || extras+=(libpng-dev)
+  [ -f /usr/include/aravis-0.8/arv.h ] || extras+=(libaravis-dev)
+  command -v arv-fake-gv-camera-0.8 >/dev/null 2>&1 || extras+=(aravis-tools)
   if [ ${#extras[@]} -gt 0 ]; then
     echo "installing (optional): ${extras[*]}"
     sudo_cmd=""
     [ "$(id -u)" -eq 0 ] || sudo_cmd="sudo"
     if ! { $sudo_cmd apt-get update -qq &&
       DEBIAN_FRONTEND=noninteractive $sudo_cmd apt-get install -y -qq "${extras[@]}"; }; then
-      echo "optional packages not installed: the Python module, its tests or the fuzzer will be skipped"
+      echo "optional packages not installed: the parts that need them (Python module, fuzzer, PNG output, camera example) will be skipped"
     fi
   fi
 fi
