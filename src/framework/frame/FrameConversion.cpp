@@ -29,6 +29,8 @@ namespace {
 std::atomic<uint64_t> gMinimumBandPixels{uint64_t{1} << 18};
 constexpr uint32_t kMaxThreads = 64;
 
+}  // namespace
+
 std::string TypeName(const int64& id) {
     char hex[24];
     std::snprintf(hex, sizeof hex, "0x%" PRIX64, static_cast<uint64_t>(id));
@@ -65,6 +67,14 @@ uint32_t ThreadsFor(const ConvertOptions& options) {
     return std::max(1u, std::min(std::thread::hardware_concurrency(), kMaxThreads));
 }
 
+uint32_t BandsFor(uint32_t threads, uint64_t pixels, uint32_t steps) {
+    const uint64_t bands =
+        std::min<uint64_t>(threads, std::max<uint64_t>(1, pixels / gMinimumBandPixels.load()));
+    return static_cast<uint32_t>(std::min<uint64_t>(bands, std::max(1u, steps)));
+}
+
+namespace {
+
 // One stage of a conversion, walked in bands of whole kernel steps.
 struct Stage {
     const PixelConverter* converter;
@@ -88,11 +98,8 @@ void RunStage(const Stage& stage, uint32_t threads, bool inOrder) {
     // A last line that does not fill a step is converted on its own after the bands: an
     // odd-height mosaic writes it twice, into the next plane of a planar destination.
     const uint32_t wholeLines = walk.height - walk.height % step;
-    const uint64_t pixels = uint64_t{walk.width} * walk.height;
-    uint32_t bands = inOrder ? 1 : threads;
-    bands = static_cast<uint32_t>(
-        std::min<uint64_t>(bands, std::max<uint64_t>(1, pixels / gMinimumBandPixels.load())));
-    bands = std::min(bands, std::max(1u, wholeLines / step));
+    const uint32_t bands =
+        BandsFor(inOrder ? 1 : threads, uint64_t{walk.width} * walk.height, wholeLines / step);
     if (bands <= 1) {
         WalkBand(stage, 0, walk.height);
         return;
@@ -116,6 +123,38 @@ Stage StageOf(const PixelConverter& converter, const RGBFilter* filter, const un
 }
 
 }  // namespace
+
+FrameResult CheckBuffers(const FrameView& source, const MutableFrameView& destination,
+                         const FrameFootprint& footprint) {
+    if (source.size < footprint.sourceBytes) {
+        return Fail(FrameError::kSourceTooSmall, "the source buffer holds " +
+                                                     std::to_string(source.size) +
+                                                     " bytes; converting this frame reads " +
+                                                     std::to_string(footprint.sourceBytes));
+    }
+    if (destination.size < footprint.destinationBytes) {
+        return Fail(FrameError::kDestinationTooSmall,
+                    "the destination buffer holds " + std::to_string(destination.size) +
+                        " bytes; converting this frame writes " +
+                        std::to_string(footprint.destinationBytes));
+    }
+    const uintptr_t inStart = reinterpret_cast<uintptr_t>(source.data);
+    const uintptr_t outStart = reinterpret_cast<uintptr_t>(destination.data);
+    if (inStart < outStart + footprint.destinationBytes &&
+        outStart < inStart + footprint.sourceBytes) {
+        return Fail(FrameError::kOverlap, "the source and destination buffers overlap");
+    }
+    return FrameResult{};
+}
+
+void ConvertStage(const PixelConverter& converter, const RGBFilter* filter,
+                  const unsigned char* source, size_t sourceStride, unsigned char* destination,
+                  size_t destinationStride, uint32_t width, uint32_t height, uint32_t flags,
+                  uint32_t threads) {
+    RunStage(StageOf(converter, filter, source, sourceStride, destination, destinationStride, width,
+                     height, flags),
+             threads, WritesReachNextLine(converter, width, destinationStride));
+}
 
 void SetMinimumBandPixels(uint64_t pixels) {
     gMinimumBandPixels.store(std::max<uint64_t>(pixels, 1));
@@ -171,10 +210,17 @@ FrameResult ConvertFrame(const FrameView& source, const MutableFrameView& destin
                     "bayerTile must be one of kBayerTileGRBG, kBayerTileGBRG, kBayerTileRGGB, "
                     "kBayerTileBGGR");
     }
-    if (options.demosaic != DemosaicMethod::kBlock &&
-        options.demosaic != DemosaicMethod::kBilinear) {
-        return Fail(FrameError::kBadOption,
-                    "this demosaicing method is not available: use kBlock or kBilinear");
+    switch (options.demosaic) {
+        case DemosaicMethod::kBlock:
+        case DemosaicMethod::kBilinear:
+            break;
+        case DemosaicMethod::kGradientCorrected:
+        case DemosaicMethod::kEdgeDirected:
+            return ConvertDemosaiced(*converter, source, destination, options);
+        default:
+            return Fail(
+                FrameError::kBadOption,
+                "unknown demosaicing method " + std::to_string(static_cast<int>(options.demosaic)));
     }
 
     const uint32_t width = source.width;
@@ -182,26 +228,11 @@ FrameResult ConvertFrame(const FrameView& source, const MutableFrameView& destin
     const FrameFootprint footprint =
         StageFootprint(*converter, width, height, source.stride, destination.stride);
     if (!footprint.result) return footprint.result;
-    if (source.size < footprint.sourceBytes) {
-        return Fail(FrameError::kSourceTooSmall, "the source buffer holds " +
-                                                     std::to_string(source.size) +
-                                                     " bytes; converting this frame reads " +
-                                                     std::to_string(footprint.sourceBytes));
-    }
-    if (destination.size < footprint.destinationBytes) {
-        return Fail(FrameError::kDestinationTooSmall,
-                    "the destination buffer holds " + std::to_string(destination.size) +
-                        " bytes; converting this frame writes " +
-                        std::to_string(footprint.destinationBytes));
+    if (FrameResult refused = CheckBuffers(source, destination, footprint); !refused) {
+        return refused;
     }
     const auto* in = static_cast<const unsigned char*>(source.data);
     auto* out = static_cast<unsigned char*>(destination.data);
-    const uintptr_t inStart = reinterpret_cast<uintptr_t>(in);
-    const uintptr_t outStart = reinterpret_cast<uintptr_t>(out);
-    if (inStart < outStart + footprint.destinationBytes &&
-        outStart < inStart + footprint.sourceBytes) {
-        return Fail(FrameError::kOverlap, "the source and destination buffers overlap");
-    }
 
     const size_t sourceStride = source.stride ? source.stride : footprint.sourceLineBytes;
     const size_t destinationStride =
@@ -226,9 +257,8 @@ FrameResult ConvertFrame(const FrameView& source, const MutableFrameView& destin
 
     const auto* chain = dynamic_cast<const ComplexConverter*>(converter);
     if (chain == nullptr) {
-        const Stage stage = StageOf(*converter, options.filter, in, sourceStride, out,
-                                    destinationStride, width, height, flags);
-        RunStage(stage, threads, WritesReachNextLine(*converter, width, destinationStride));
+        ConvertStage(*converter, options.filter, in, sourceStride, out, destinationStride, width,
+                     height, flags, threads);
         return FrameResult{};
     }
 
@@ -245,12 +275,10 @@ FrameResult ConvertFrame(const FrameView& source, const MutableFrameView& destin
                                                   std::to_string(firstOut.destinationBytes) +
                                                   " bytes");
     }
-    const Stage decode = StageOf(first, options.filter, in, sourceStride, scratch,
-                                 firstOut.destinationLineBytes, width, height, flags);
-    RunStage(decode, threads, WritesReachNextLine(first, width, firstOut.destinationLineBytes));
-    const Stage finish = StageOf(second, options.filter, scratch, secondIn.sourceLineBytes, out,
-                                 destinationStride, width, height, flags);
-    RunStage(finish, threads, WritesReachNextLine(second, width, destinationStride));
+    ConvertStage(first, options.filter, in, sourceStride, scratch, firstOut.destinationLineBytes,
+                 width, height, flags, threads);
+    ConvertStage(second, options.filter, scratch, secondIn.sourceLineBytes, out, destinationStride,
+                 width, height, flags, threads);
     return FrameResult{};
 }
 

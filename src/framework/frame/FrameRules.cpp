@@ -175,6 +175,34 @@ LayoutRules RulesOf(const PixelConverter& converter) {
     return rules;
 }
 
+FrameResult CheckFrameSize(uint32_t width, uint32_t height) {
+    if (width == 0 || height == 0) {
+        return {FrameError::kUnsupportedSize,
+                "the frame is empty (" + Size(width, height) + "): nothing to convert"};
+    }
+    // Line sizes are 32-bit: beyond this width some would wrap.
+    if (width > (1u << 26)) {
+        return {FrameError::kUnsupportedSize,
+                "width " + std::to_string(width) + " is wider than any line can be"};
+    }
+    return {};
+}
+
+FrameResult CheckStrides(size_t sourceStride, size_t sourceLineBytes, size_t destinationStride,
+                         size_t destinationLineBytes) {
+    if (sourceStride < sourceLineBytes) {
+        return {FrameError::kStrideTooSmall, "source stride " + std::to_string(sourceStride) +
+                                                 " is shorter than a line (" +
+                                                 std::to_string(sourceLineBytes) + " bytes)"};
+    }
+    if (destinationStride < destinationLineBytes) {
+        return {FrameError::kStrideTooSmall,
+                "destination stride " + std::to_string(destinationStride) +
+                    " is shorter than a line (" + std::to_string(destinationLineBytes) + " bytes)"};
+    }
+    return {};
+}
+
 FrameFootprint StageFootprint(const PixelConverter& converter, uint32_t width, uint32_t height,
                               size_t sourceStride, size_t destinationStride) {
     if (const auto* chain = dynamic_cast<const ComplexConverter*>(&converter)) {
@@ -189,15 +217,7 @@ FrameFootprint StageFootprint(const PixelConverter& converter, uint32_t width, u
         return footprint;
     }
 
-    if (width == 0 || height == 0) {
-        return Refuse(FrameError::kUnsupportedSize,
-                      "the frame is empty (" + Size(width, height) + "): nothing to convert");
-    }
-    // Line sizes are 32-bit: beyond this width some would wrap.
-    if (width > (1u << 26)) {
-        return Refuse(FrameError::kUnsupportedSize,
-                      "width " + std::to_string(width) + " is wider than any line can be");
-    }
+    if (FrameResult refused = CheckFrameSize(width, height); !refused) return {refused, 0, 0, 0, 0};
     const LayoutRules rules = RulesOf(converter);
     if (width % rules.widthMultiple != 0) {
         return Refuse(FrameError::kUnsupportedSize,
@@ -221,17 +241,10 @@ FrameFootprint StageFootprint(const PixelConverter& converter, uint32_t width, u
     footprint.destinationLineBytes = converter.GetDestinationLineSize(width);
     if (sourceStride == 0) sourceStride = footprint.sourceLineBytes;
     if (destinationStride == 0) destinationStride = footprint.destinationLineBytes;
-    if (sourceStride < footprint.sourceLineBytes) {
-        return Refuse(FrameError::kStrideTooSmall, "source stride " + std::to_string(sourceStride) +
-                                                       " is shorter than a line (" +
-                                                       std::to_string(footprint.sourceLineBytes) +
-                                                       " bytes)");
-    }
-    if (destinationStride < footprint.destinationLineBytes) {
-        return Refuse(FrameError::kStrideTooSmall,
-                      "destination stride " + std::to_string(destinationStride) +
-                          " is shorter than a line (" +
-                          std::to_string(footprint.destinationLineBytes) + " bytes)");
+    if (FrameResult refused = CheckStrides(sourceStride, footprint.sourceLineBytes,
+                                           destinationStride, footprint.destinationLineBytes);
+        !refused) {
+        return {refused, 0, 0, 0, 0};
     }
     if (rules.destinationStrideIsLine && destinationStride != footprint.destinationLineBytes) {
         return Refuse(FrameError::kUnsupportedSize,

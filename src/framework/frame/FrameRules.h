@@ -35,6 +35,12 @@ LayoutRules RulesOf(const PixelConverter& converter);
 // frame API may walk them in bands.
 bool IsLibraryConverter(const PixelConverter& converter);
 
+// Refusals of frames no conversion takes: empty, or with lines too long to size.
+FrameResult CheckFrameSize(uint32_t width, uint32_t height);
+// Refusals of strides shorter than a line (the strides given, not 0).
+FrameResult CheckStrides(size_t sourceStride, size_t sourceLineBytes, size_t destinationStride,
+                         size_t destinationLineBytes);
+
 // One stage's footprint; a chain's is made from its stages' (ComplexConverter). A
 // destinationStride of 0 means lines without padding.
 FrameFootprint StageFootprint(const PixelConverter& converter, uint32_t width, uint32_t height,
