@@ -38,6 +38,10 @@ void ConvertStage(const PixelConverter& converter, const RGBFilter* filter,
                   size_t destinationStride, uint32_t width, uint32_t height, uint32_t flags,
                   uint32_t threads);
 
+// Whether the registered converter of a pair demosaics, to a destination the
+// gradient-corrected and edge-directed methods can write.
+bool CanDemosaic(const PixelConverter& converter, const int64& destination);
+
 // The gradient-corrected and edge-directed methods, for the pair whose registered
 // converter is `converter` (already found; sizes and tile already checked).
 FrameResult ConvertDemosaiced(const PixelConverter& converter, const FrameView& source,

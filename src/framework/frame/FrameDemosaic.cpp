@@ -88,6 +88,12 @@ const char* MethodName(DemosaicMethod method) {
 
 }  // namespace
 
+bool CanDemosaic(const PixelConverter& converter, const int64& destination) {
+    Mosaic mosaic;
+    Store store{};
+    return MosaicOf(converter, mosaic) && StoreFor(destination, store);
+}
+
 FrameResult ConvertDemosaiced(const PixelConverter& converter, const FrameView& source,
                               const MutableFrameView& destination, const ConvertOptions& options) {
     Mosaic mosaic;

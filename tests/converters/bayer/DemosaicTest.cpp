@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "ZnConvertersLib/ComplexConverter.h"
+#include "ZnConvertersLib/Demosaic.h"
 #include "ZnConvertersLib/Frame.h"
 #include "ZnConvertersLib/Pfnc.h"
 #include "ZnConvertersLib/PixelConverter.h"
@@ -354,6 +355,60 @@ TEST_F(DemosaicTest, UnpackedLayoutsDemosaicAsTheirMosaic) {
             EXPECT_EQ(direct, viaMosaic) << "0x" << std::hex << packed;
         }
     }
+}
+
+// Converter objects give the frame API's bytes, with the tile from the flags and the
+// strides from the paddings, and leave the registry as it is.
+TEST_F(DemosaicTest, ConverterObjectsGiveTheFrameApisBytes) {
+    const auto pairCount = [] {
+        uint32_t n = 0;
+        int64 from = 0, to = 0;
+        while (PixelTypeFactory::EnumConverters(n, from, to)) ++n;
+        return n;
+    };
+    const uint32_t pairsBefore = pairCount();
+    EXPECT_EQ(CreateDemosaicConverter(0x10001, kRGB24, DemosaicMethod::kEdgeDirected), nullptr);
+    EXPECT_EQ(CreateDemosaicConverter(kBayer8, kRGB24, DemosaicMethod::kBilinear), nullptr);
+    RGBFilter filter(12);
+    filter.SetMultipliers(1.5, 1.0, 2.0, 0, 0, 0);
+    struct Case {
+        int64 from, to;
+        uint32_t flags;
+        const RGBFilter* filter;
+    };
+    std::mt19937 random(9);
+    const uint32_t width = 72, height = 5, sourcePadding = 3, destinationPadding = 5;
+    for (const Case& c : {Case{kBayer8, 0x20007, kBayerTileRGGB | 0x100, nullptr},
+                          Case{0x20012, 0x820002, kBayerTileGBRG, &filter},
+                          Case{kPixelTypeBayer10p, kPixelTypeBGR48, 0, nullptr}}) {
+        for (DemosaicMethod method : kMethods) {
+            const auto converter = CreateDemosaicConverter(c.from, c.to, method);
+            ASSERT_NE(converter, nullptr);
+            const size_t sourceStride = converter->GetSourceLineSize(width) + sourcePadding;
+            const size_t destinationStride =
+                converter->GetDestinationLineSize(width) + destinationPadding;
+            Bytes in(sourceStride * height);
+            for (auto& b : in) b = static_cast<unsigned char>(random());
+            Bytes viaObject(OutputBytes(c.to, width, height, destinationStride));
+            Bytes viaFrame(viaObject.size());
+            EXPECT_EQ(converter
+                          ->ConvertFiltered(c.filter, in.data(), width, height, viaObject.data(),
+                                            width, height, width, height, c.flags,
+                                            destinationPadding, nullptr, nullptr, sourcePadding)
+                          .GetCode(),
+                      0u);
+            ConvertOptions options;
+            options.bayerTile = c.flags & 0xF0 ? c.flags & 0xF0 : kBayerTileGRBG;
+            options.demosaic = method;
+            options.filter = c.filter;
+            ASSERT_TRUE(ConvertFrame(
+                {c.from, width, height, sourceStride, in.data(), in.size()},
+                {c.to, width, height, destinationStride, viaFrame.data(), viaFrame.size()},
+                options));
+            EXPECT_EQ(viaObject, viaFrame) << "0x" << std::hex << c.from << " to 0x" << c.to;
+        }
+    }
+    EXPECT_EQ(pairCount(), pairsBefore);
 }
 
 TEST_F(DemosaicTest, RefusesWhatTheMethodsCannotTake) {
