@@ -24,7 +24,7 @@
 namespace ZnConvertersLib {
 namespace {
 
-constexpr int64 kGray10 = 0x10002, kGray12 = 0x10003, kGray14 = 0x10004,
+constexpr int64 kGray8 = 0x10001, kGray10 = 0x10002, kGray12 = 0x10003, kGray14 = 0x10004,
                 kGray16 = 0x10005, kGray12Packed = 0x410003, kBayer10 = 0x20011, kBayer12 = 0x20012,
                 kBayer12Packed = 0x420012;
 constexpr int64 kGrayDisplay[] = {0x10001, 0x20001, 0x420002, 0x420006, 0x20003, 0x20007, 0x820002};
@@ -58,20 +58,27 @@ public:
         RegisterType(kPixelTypeGray16FullRange, 16, 2, false, "Grayscale16-bits, full range");
         for (const auto& [source, bits] :
              {std::pair{kGray10, 10u}, {kGray12, 12u}, {kGray14, 14u}, {kGray16, 16u}}) {
-            Add<WidenTo16>(source, kPixelTypeGray16FullRange, WideLayout::kWords, bits, 16 - bits);
+            Add<WidenConverter>(source, kPixelTypeGray16FullRange, WideLayout::kWords, bits,
+                                16 - bits);
         }
-        Add<WidenTo16>(kGray12Packed, kPixelTypeGray16FullRange, WideLayout::kPacked12p, 12u, 4u);
+        Add<WidenConverter>(kGray12Packed, kPixelTypeGray16FullRange, WideLayout::kPacked12p, 12u,
+                            4u);
 
         BitStream(kPixelTypeMono10p, false, "Grayscale10-bits, 10p packed");
-        Add<WidenTo16>(kPixelTypeMono10p, kPixelTypeGray16FullRange, WideLayout::kPacked10p, 10u,
-                       6u);
+        Add<WidenConverter>(kPixelTypeMono10p, kPixelTypeGray16FullRange, WideLayout::kPacked10p,
+                            10u, 6u);
+        Add<WidenConverter>(kPixelTypeMono10p, kGray10, WideLayout::kPacked10p, 10u, 0u);
+        // Displays show the top eight bits: unpacking straight to them halves the
+        // intermediate image.
         const PixelConverter& mono10p =
-            Add<WidenTo16>(kPixelTypeMono10p, kGray10, WideLayout::kPacked10p, 10u, 0u);
-        for (int64 to : kGrayDisplay) Chain(mono10p, kGray10, to);
+            Add<WidenConverter>(kPixelTypeMono10p, kGray8, WideLayout::kPacked10p, 10u);
+        for (int64 to : kGrayDisplay) {
+            if (to != kGray8) Chain(mono10p, kGray8, to);
+        }
 
         BitStream(kPixelTypeBayer10p, true, "Bayer RGB10-bits, 10p packed");
         const PixelConverter& bayer10p =
-            Add<WidenTo16>(kPixelTypeBayer10p, kBayer10, WideLayout::kPacked10p, 10u, 0u);
+            Add<WidenConverter>(kPixelTypeBayer10p, kBayer10, WideLayout::kPacked10p, 10u, 0u);
         for (int64 to : kColourDisplay) Chain(bayer10p, kBayer10, to);
 
         RegisterType(kPixelTypeBGR48, 48, 6, false, "BGR48-bits, 16 bits a channel");
@@ -87,7 +94,7 @@ public:
         }
         for (int64 to : {kPixelTypeRGB48, kPixelTypeBGR48}) Chain(bayer10p, kBayer10, to);
         const PixelConverter& bayer12p =
-            Add<WidenTo16>(kBayer12Packed, kBayer12, WideLayout::kPacked12p, 12u, 0u);
+            Add<WidenConverter>(kBayer12Packed, kBayer12, WideLayout::kPacked12p, 12u, 0u);
         for (int64 to : {kPixelTypeRGB48, kPixelTypeBGR48}) Chain(bayer12p, kBayer12, to);
 
         RegisterType(kPixelTypeRGB10p32, 10, 4, false, "RGB10-bits, 32-bit word, red low");

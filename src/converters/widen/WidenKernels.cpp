@@ -50,16 +50,27 @@ HWY_INLINE hn::Vec<D> LoadBlocks(D d, const uint8_t* p, size_t step) {
 }
 
 #if HWY_TARGET == HWY_AVX3_DL
+// Byte j of the permute that gathers a vector's sample bytes: those of block j / 16, whose
+// bytes start at j / 16 * bytesPerBlock. Built once, not for every line.
+struct PermuteIndex {
+    alignas(64) uint8_t bytes[64];
+};
+constexpr PermuteIndex IndexOf(const BitStream& stream) {
+    PermuteIndex index{};
+    for (size_t j = 0; j < 64; ++j) {
+        index.bytes[j] = static_cast<uint8_t>(j / 16 * stream.bytesPerBlock + stream.pairs[j % 16]);
+    }
+    return index;
+}
+constexpr PermuteIndex kIndex10p = IndexOf(k10p);
+constexpr PermuteIndex kIndex12p = IndexOf(k12p);
+
 // One load and one byte permute across the whole vector gathers every sample's bytes.
 class SampleBytes {
 public:
-    explicit SampleBytes(const BitStream& stream) {
-        alignas(64) uint8_t index[64];
-        for (size_t j = 0; j < 64; ++j) {
-            index[j] = static_cast<uint8_t>(j / 16 * stream.bytesPerBlock + stream.pairs[j % 16]);
-        }
-        mIndex = _mm512_load_si512(index);
-    }
+    explicit SampleBytes(const BitStream& stream)
+        : mIndex(_mm512_load_si512(stream.bytesPerBlock == k10p.bytesPerBlock ? kIndex10p.bytes
+                                                                              : kIndex12p.bytes)) {}
     static size_t Reach(const BitStream&) { return 64; }
     V8 Gather(D8, const uint8_t* p) const {
         return V8{_mm512_permutexvar_epi8(mIndex, _mm512_loadu_si512(p))};
@@ -87,45 +98,67 @@ private:
 };
 #endif
 
-uint32_t StreamRow(const BitStream& stream, uint32_t shift, const unsigned char* source,
-                   uint32_t sourceBytes, unsigned char* destination, uint32_t count) {
+template <const BitStream& kStream, WideOutput kOutput>
+uint32_t StreamRow(uint32_t shift, const unsigned char* source, uint32_t sourceBytes,
+                   unsigned char* destination, uint32_t count) {
+    constexpr size_t kOutBytes = kOutput == WideOutput::kWords ? 2 : 1;
     const D8 d8;
     const D16 d16;
     const size_t lanes = hn::Lanes(d16), blocks = lanes / 8;
-    const SampleBytes gather(stream);
-    const auto lift = hn::LoadDup128(d16, stream.lift);
+    const SampleBytes gather(kStream);
+    const auto lift = hn::LoadDup128(d16, kStream.lift);
     // Scaled to 16 bits, the lifted sample is already in place: only its low bits go.
-    const bool fullRange = static_cast<int>(shift) == stream.top;
-    const auto high = hn::Set(d16, static_cast<uint16_t>(0xFFFF << stream.top));
-    const auto convert = [&](const uint8_t* bytes, uint16_t* out) {
+    const bool fullRange = static_cast<int>(shift) == kStream.top;
+    const auto high = hn::Set(d16, static_cast<uint16_t>(0xFFFF << kStream.top));
+    const auto convert = [&](const uint8_t* bytes, uint8_t* out) {
         // The multiply keeps the low 16 bits: the sample's bits end at the top.
         const auto lifted = hn::Mul(hn::BitCast(d16, gather.Gather(d8, bytes)), lift);
-        const auto samples = fullRange ? hn::And(lifted, high)
-                                       : hn::ShiftLeftSame(hn::ShiftRightSame(lifted, stream.top),
-                                                           static_cast<int>(shift));
-        hn::StoreU(samples, d16, out);
+        if constexpr (kOutput == WideOutput::kTopByte) {
+            const hn::Repartition<int16_t, D16> di16;
+            const hn::Rebind<uint8_t, decltype(di16)> dBytes;
+            const auto top = hn::BitCast(di16, hn::ShiftRight<8>(lifted));
+            hn::StoreU(hn::DemoteTo(dBytes, top), dBytes, out);
+        } else {
+            const auto samples = fullRange
+                                     ? hn::And(lifted, high)
+                                     : hn::ShiftLeftSame(hn::ShiftRightSame(lifted, kStream.top),
+                                                         static_cast<int>(shift));
+            hn::StoreU(samples, d16, reinterpret_cast<uint16_t*>(out));
+        }
     };
     // Whole vectors while their loads end inside the line.
-    const size_t reach = SampleBytes::Reach(stream);
+    const size_t reach = SampleBytes::Reach(kStream);
+    const size_t step = blocks * kStream.bytesPerBlock;
     uint32_t i = 0;
     size_t at = 0;
+    if constexpr (kOutput == WideOutput::kTopByte) {
+        // Two vectors of samples make one of bytes: their high bytes, in order.
+        for (; i + 2 * lanes <= count && at + step + reach <= sourceBytes;
+             i += static_cast<uint32_t>(2 * lanes), at += 2 * step) {
+            const auto low = hn::Mul(hn::BitCast(d16, gather.Gather(d8, source + at)), lift);
+            const auto high =
+                hn::Mul(hn::BitCast(d16, gather.Gather(d8, source + at + step)), lift);
+            hn::StoreU(hn::ConcatOdd(d8, hn::BitCast(d8, high), hn::BitCast(d8, low)), d8,
+                       destination + i);
+        }
+    }
     for (; i + lanes <= count && at + reach <= sourceBytes;
-         i += static_cast<uint32_t>(lanes), at += blocks * stream.bytesPerBlock) {
-        convert(source + at, reinterpret_cast<uint16_t*>(destination) + i);
+         i += static_cast<uint32_t>(lanes), at += step) {
+        convert(source + at, destination + kOutBytes * i);
     }
     // The rest of the line through a staging copy, so no load passes the line's end:
     // a plain row would cost more than the whole vector part of a line.
     HWY_ALIGN uint8_t in[128];
-    HWY_ALIGN uint16_t out[64];
+    HWY_ALIGN uint8_t out[128];
     while (i < count) {
         const uint32_t n = static_cast<uint32_t>(std::min<size_t>(lanes, count - i));
         const size_t available = std::min(sourceBytes - at, reach);
         std::memset(in, 0, sizeof in);
         std::memcpy(in, source + at, available);
         convert(in, out);
-        std::memcpy(destination + 2 * size_t{i}, out, 2 * size_t{n});
+        std::memcpy(destination + kOutBytes * i, out, kOutBytes * n);
         i += n;
-        at += blocks * stream.bytesPerBlock;
+        at += step;
     }
     return count;
 }
@@ -150,20 +183,27 @@ uint32_t WordsRow(uint32_t bits, uint32_t shift, const unsigned char* source,
 
 }  // namespace
 
-uint32_t WidenRow(WideLayout layout, uint32_t bits, uint32_t shift, const unsigned char* source,
-                  uint32_t sourceBytes, unsigned char* destination, uint32_t count) {
+uint32_t WidenRow(WideLayout layout, WideOutput output, uint32_t bits, uint32_t shift,
+                  const unsigned char* source, uint32_t sourceBytes, unsigned char* destination,
+                  uint32_t count) {
+    constexpr WideOutput kWords = WideOutput::kWords, kTopByte = WideOutput::kTopByte;
+    const bool words = output == kWords;
     switch (layout) {
         case WideLayout::kPacked10p:
-            return StreamRow(k10p, shift, source, sourceBytes, destination, count);
+            return words
+                       ? StreamRow<k10p, kWords>(shift, source, sourceBytes, destination, count)
+                       : StreamRow<k10p, kTopByte>(shift, source, sourceBytes, destination, count);
         case WideLayout::kPacked12p:
-            return StreamRow(k12p, shift, source, sourceBytes, destination, count);
+            return words
+                       ? StreamRow<k12p, kWords>(shift, source, sourceBytes, destination, count)
+                       : StreamRow<k12p, kTopByte>(shift, source, sourceBytes, destination, count);
         default:
-            return WordsRow(bits, shift, source, destination, count);
+            return words ? WordsRow(bits, shift, source, destination, count) : 0;
     }
 }
 #else
-uint32_t WidenRow(WideLayout, uint32_t, uint32_t, const unsigned char*, uint32_t, unsigned char*,
-                  uint32_t) {
+uint32_t WidenRow(WideLayout, WideOutput, uint32_t, uint32_t, const unsigned char*, uint32_t,
+                  unsigned char*, uint32_t) {
     return 0;
 }
 #endif
@@ -179,11 +219,12 @@ namespace ZnConvertersLib {
 
 HWY_EXPORT(WidenRow);
 
-uint32_t WidenVectorRow(WideLayout layout, uint32_t bits, uint32_t shift,
+uint32_t WidenVectorRow(WideLayout layout, WideOutput output, uint32_t bits, uint32_t shift,
                         const unsigned char* source, uint32_t sourceBytes,
                         unsigned char* destination, uint32_t count) {
     if (count < 8) return 0;
-    return ZN_CHOSEN_ROW_OF(WidenRow)(layout, bits, shift, source, sourceBytes, destination, count);
+    return ZN_CHOSEN_ROW_OF(WidenRow)(layout, output, bits, shift, source, sourceBytes, destination,
+                                      count);
 }
 
 }  // namespace ZnConvertersLib

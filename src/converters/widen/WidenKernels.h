@@ -9,7 +9,7 @@
 
 namespace ZnConvertersLib {
 
-uint32_t WidenVectorRow(WideLayout layout, uint32_t bits, uint32_t shift,
+uint32_t WidenVectorRow(WideLayout layout, WideOutput output, uint32_t bits, uint32_t shift,
                         const unsigned char* source, uint32_t sourceBytes,
                         unsigned char* destination, uint32_t count);
 

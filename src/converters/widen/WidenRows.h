@@ -1,7 +1,8 @@
 #pragma once
 
 // Plain rows of the widening family: samples of a camera's packings brought to 16-bit
-// little-endian words, kept at their depth or scaled to the full 16 bits. The reference
+// little-endian words, kept at their depth or scaled to the full 16 bits, or to their top
+// eight bits. The reference
 // for the vector rows (WidenKernels.cpp), and what finishes a line after them.
 
 #include <algorithm>
@@ -45,14 +46,25 @@ inline uint32_t WideSample(WideLayout layout, const unsigned char* line, uint32_
     }
 }
 
+// What a widening row writes for each sample.
+enum class WideOutput : uint8_t {
+    kWords,    // a little-endian word: the sample shifted left by `shift`
+    kTopByte,  // a byte: the sample's top eight bits
+};
+
 // Samples [first, first + count) of a line: each clamped to `bits` bits (data above its
-// depth saturates instead of wrapping) and shifted left by `shift`.
-inline void WidenPlainRow(WideLayout layout, uint32_t bits, uint32_t shift,
+// depth saturates instead of wrapping), then written as `output` says.
+inline void WidenPlainRow(WideLayout layout, WideOutput output, uint32_t bits, uint32_t shift,
                           const unsigned char* source, unsigned char* destination, uint32_t first,
                           uint32_t count) {
     const uint32_t most = (1u << bits) - 1;
     for (uint32_t i = first; i < first + count; ++i) {
-        const uint32_t value = std::min(WideSample(layout, source, i), most) << shift;
+        const uint32_t sample = std::min(WideSample(layout, source, i), most);
+        if (output == WideOutput::kTopByte) {
+            destination[i] = static_cast<unsigned char>(sample >> (bits - 8));
+            continue;
+        }
+        const uint32_t value = sample << shift;
         destination[2 * i] = static_cast<unsigned char>(value);
         destination[2 * i + 1] = static_cast<unsigned char>(value >> 8);
     }
