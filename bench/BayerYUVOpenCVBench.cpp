@@ -1,5 +1,7 @@
 // Bayer demosaicing and YUV conversion at 1920x1080 through Convert, single thread,
-// beside OpenCV's cvtColor for the comparable conversions.
+// beside OpenCV's cvtColor for the comparable conversions. The gradient-corrected and
+// edge-directed methods are reached through the frame API only, so they run beside
+// bilinear through the same call, and OpenCV's VNG gives the cost of a better method.
 
 #include <benchmark/benchmark.h>
 
@@ -9,6 +11,7 @@
 #include <random>
 #include <vector>
 
+#include "ZnConvertersLib/Frame.h"
 #include "converters/bayer/BayerConverters.h"
 #include "converters/yuv/YUVConverters.h"
 
@@ -128,10 +131,63 @@ void YUV444ToRGB24(benchmark::State& state) {
     Run(state, Make<YUV8444To<OutputRGB24>>(0x70203, 0x70101, 3, 3), Packed444(), 3, 0);
 }
 
+// The mosaic through ConvertFrame on the calling thread, tile GRBG as the rows above.
+void Frame(benchmark::State& state, int64 destinationType, uint32_t destinationPixelSize,
+           DemosaicMethod method) {
+    const std::vector<unsigned char>& source = Mosaic8();
+    std::vector<unsigned char> destination(static_cast<size_t>(kWidth) * destinationPixelSize *
+                                           (kHeight + 1));
+    const FrameView in{0x20010, kWidth, kHeight, 0, source.data(), source.size()};
+    const MutableFrameView out{destinationType,   kWidth, kHeight, 0, destination.data(),
+                               destination.size()};
+    ConvertOptions options;
+    options.bayerTile = kBayerTileGRBG;
+    options.demosaic = method;
+    options.threads = 1;
+    if (const FrameResult result = ConvertFrame(in, out, options); !result) {
+        state.SkipWithError(result.message.c_str());
+        return;
+    }
+    for (auto _ : state) {
+        ConvertFrame(in, out, options);
+        benchmark::DoNotOptimize(destination.data());
+        benchmark::ClobberMemory();
+    }
+    SetRate(state);
+}
+
+constexpr int64 kRGB24 = 0x420002;
+constexpr int64 kBGR32 = 0x20007;
+
+void Frame_Bayer8ToRGB24_Bilinear(benchmark::State& state) {
+    Frame(state, kRGB24, 3, DemosaicMethod::kBilinear);
+}
+void Frame_Bayer8ToRGB24_GradientCorrected(benchmark::State& state) {
+    Frame(state, kRGB24, 3, DemosaicMethod::kGradientCorrected);
+}
+void Frame_Bayer8ToRGB24_EdgeDirected(benchmark::State& state) {
+    Frame(state, kRGB24, 3, DemosaicMethod::kEdgeDirected);
+}
+void Frame_Bayer8ToBGR32_Bilinear(benchmark::State& state) {
+    Frame(state, kBGR32, 4, DemosaicMethod::kBilinear);
+}
+void Frame_Bayer8ToBGR32_GradientCorrected(benchmark::State& state) {
+    Frame(state, kBGR32, 4, DemosaicMethod::kGradientCorrected);
+}
+void Frame_Bayer8ToBGR32_EdgeDirected(benchmark::State& state) {
+    Frame(state, kBGR32, 4, DemosaicMethod::kEdgeDirected);
+}
+
 BENCHMARK(Bayer8ToRGB24_Block);
 BENCHMARK(Bayer8ToRGB24_Neighbourhood);
 BENCHMARK(Bayer8ToBGR32_Block);
 BENCHMARK(Bayer8ToBGR32_Neighbourhood);
+BENCHMARK(Frame_Bayer8ToRGB24_Bilinear);
+BENCHMARK(Frame_Bayer8ToRGB24_GradientCorrected);
+BENCHMARK(Frame_Bayer8ToRGB24_EdgeDirected);
+BENCHMARK(Frame_Bayer8ToBGR32_Bilinear);
+BENCHMARK(Frame_Bayer8ToBGR32_GradientCorrected);
+BENCHMARK(Frame_Bayer8ToBGR32_EdgeDirected);
 BENCHMARK(Bayer12ToRGB24_Block);
 BENCHMARK(Bayer12ToRGB24_Neighbourhood);
 BENCHMARK(YUV422ToBGR32);
@@ -162,6 +218,9 @@ void OpenCV_BayerGR2RGB(benchmark::State& state) {
 void OpenCV_BayerGR2BGRA(benchmark::State& state) {
     OpenCV(state, Mosaic8(), CV_8UC1, cv::COLOR_BayerGR2BGRA);
 }
+void OpenCV_BayerGR2RGB_VNG(benchmark::State& state) {
+    OpenCV(state, Mosaic8(), CV_8UC1, cv::COLOR_BayerGR2RGB_VNG);
+}
 void OpenCV_YUY2ToBGRA(benchmark::State& state) {
     OpenCV(state, Packed422(), CV_8UC2, cv::COLOR_YUV2BGRA_YUY2);
 }
@@ -180,6 +239,7 @@ void OpenCV_YUV444ToRGB(benchmark::State& state) {
 
 BENCHMARK(OpenCV_BayerGR2RGB);
 BENCHMARK(OpenCV_BayerGR2BGRA);
+BENCHMARK(OpenCV_BayerGR2RGB_VNG);
 BENCHMARK(OpenCV_YUY2ToBGRA);
 BENCHMARK(OpenCV_YUY2ToRGB);
 BENCHMARK(OpenCV_UYVYToBGRA);

@@ -20,6 +20,8 @@ needs_reference = pytest.mark.skipif(
 
 TILES = {"GRBG": 0x10, "GBRG": 0x20, "RGGB": 0x40, "BGGR": 0x80}
 BILINEAR = 0x100
+# Either spelling reaches the method.
+BETTER_METHODS = ("gradient_corrected", "edge_directed", "gradient-corrected", "edge-directed")
 
 
 def random_frame(shape, dtype=np.uint8, high=None, seed=7):
@@ -31,19 +33,26 @@ def display_name(type_id):
     return next(f["name"] for f in zc.formats() if f["id"] == type_id)
 
 
-def sample():
-    return np.fromfile(SAMPLE, np.uint8).reshape(768, 1024)
+def sample(bits=8):
+    """The sample frame; wider samples get the bits below the picture's from noise."""
+    frame = np.fromfile(SAMPLE, np.uint8).reshape(768, 1024)
+    if bits == 8:
+        return frame
+    noise = random_frame(frame.shape, np.uint16, (1 << (bits - 8)) - 1)
+    return (frame.astype(np.uint16) << (bits - 8)) | noise
 
 
-def reference(frame, source, destination, flags, gains, tmp_path, width=None):
-    """The bytes the converter's own Convert writes; frame rows wider than width are
-    padded lines."""
-    height, stride = frame.shape[0], frame.shape[1]
+def reference(frame, source, destination, flags, gains, tmp_path, width=None, method=None):
+    """The bytes the converter's own Convert writes (the method's converter object for
+    the methods the registry has none of); frame rows wider than width are padded
+    lines."""
+    height = frame.shape[0]
     src, dst = tmp_path / "in.raw", tmp_path / "out.raw"
     src.write_bytes(frame.tobytes())
-    subprocess.run([REFERENCE, hex(source), hex(destination), str(width or stride), str(height),
-                    str(stride if width else 0), hex(flags), str(src), str(dst),
-                    *map(str, gains or ())], check=True)
+    chosen = ["--method=" + method.replace("_", "-")] if method in BETTER_METHODS else []
+    subprocess.run([REFERENCE, *chosen, hex(source), hex(destination), str(width or frame.shape[1]),
+                    str(height), str(frame.strides[0] if width else 0), hex(flags), str(src),
+                    str(dst), *map(str, gains or ())], check=True)
     return dst.read_bytes()
 
 
@@ -87,17 +96,55 @@ def test_matches_numpy(source, destination, shape, dtype, options, expected):
      TILES["BGGR"] | BILINEAR, None),
     ("BayerGB8", dict(method="bilinear", threads=0), "RGB8_Planar", TILES["GBRG"] | BILINEAR,
      None),
+    ("BayerGR8", dict(method="gradient_corrected"), "RGB8", TILES["GRBG"], None),
+    ("BayerRG8", dict(method="edge-directed", white_balance=(1.5, 1, 1.25)), "BGRa8",
+     TILES["RGGB"], (1.5, 1, 1.25)),
+    (0x20010, dict(pattern="gbrg", method="gradient-corrected", threads=2), "RGB8_Planar",
+     TILES["GBRG"], None),
+    ("BayerBG8", dict(method="edge_directed", threads=0), "BGR8", TILES["BGGR"], None),
+    # 12-bit mosaics into 16-bit channels.
+    ("BayerBG12", dict(method="gradient_corrected"), "RGB16", TILES["BGGR"], None),
+    ("BayerGB12", dict(method="edge_directed", white_balance=(1.25, 1, 2)), 0x20804,
+     TILES["GBRG"], (1.25, 1, 2)),
 ])
 def test_demosaicing_matches_the_converter(tmp_path, source, options, destination, flags, gains):
-    frame = sample()
-    to = zc.pfnc(destination).pixel_type
-    want = reference(frame, 0x20010, to, flags, gains, tmp_path)
+    from_ = zc.pfnc(source).pixel_type if isinstance(source, str) else source
+    to = zc.pfnc(destination).pixel_type if isinstance(destination, str) else destination
+    frame = sample(12 if from_ == 0x20012 else 8)
+    method = options["method"]
+    want = reference(frame, from_, to, flags, gains, tmp_path, method=method)
     assert zc.convert(frame, source, destination, **options).tobytes() == want
     # Padded lines of a wider array: the width from the caller, the stride from the array.
-    padded = np.zeros((768, 1040), np.uint8)
+    padded = np.zeros((768, 1040), frame.dtype)
     padded[:, :1024] = frame
-    want = reference(padded, 0x20010, to, flags, gains, tmp_path, width=1024)
+    want = reference(padded, from_, to, flags, gains, tmp_path, width=1024, method=method)
     assert zc.convert(padded, source, destination, width=1024, **options).tobytes() == want
+
+
+def flat_mosaic(tile, red, green, blue, shape, dtype):
+    """A mosaic of one colour: each site holds the channel its filter passes."""
+    sites = {"R": red, "G": green, "B": blue}
+    frame = np.empty(shape, dtype)
+    for k, channel in enumerate(tile):
+        frame[k // 2::2, k % 2::2] = sites[channel]
+    return frame
+
+
+# Odd sizes put a half tile at the right and bottom borders, which are mirrored.
+@pytest.mark.parametrize("method", BETTER_METHODS[:2])
+@pytest.mark.parametrize("tile", TILES)
+def test_a_flat_colour_comes_back_exactly(method, tile):
+    frame = flat_mosaic(tile, 200, 90, 30, (7, 9), np.uint8)
+    result = zc.convert(frame, 0x20010, "RGB8", pattern=tile, method=method)
+    assert np.array_equal(result, np.broadcast_to(np.uint8([200, 90, 30]), (7, 9, 3)))
+    # Wide samples, into 8- and 16-bit channels: however they are scaled, every pixel is
+    # the colour the block method gives.
+    frame = flat_mosaic(tile, 4000, 1234, 7, (7, 9), np.uint16)
+    for destination in ("BGR8", "RGB16"):
+        result = zc.convert(frame, "BayerGR12", destination, pattern=tile, method=method)
+        block = zc.convert(frame, "BayerGR12", destination, pattern=tile, method="block")
+        assert np.array_equal(block, np.broadcast_to(block[0, 0], block.shape))
+        assert np.array_equal(result, block), destination
 
 
 @pytest.mark.parametrize("source,destination,shape,dtype,out_shape,out_dtype", [
@@ -145,7 +192,7 @@ def test_flat_buffers_are_read_in_place():
     (lambda: zc.convert(random_frame((4, 4)), "BayerRG8", "RGB8", pattern="XYZW"), ValueError,
      "pattern"),
     (lambda: zc.convert(random_frame((4, 4)), "BayerRG8", "RGB8", method="smooth"),
-     ValueError, "method"),
+     ValueError, "'block', 'bilinear', 'gradient_corrected' or 'edge_directed', not 'smooth'"),
     (lambda: zc.convert(random_frame((4, 8))[:, ::2], "Mono8", "RGB8"), ValueError,
      "C-contiguous"),
     (lambda: zc.convert(b"\0" * 16, "Mono8", "RGB8"), ValueError, "height="),

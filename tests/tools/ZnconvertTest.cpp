@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "ZnConvertersLib/Frame.h"
 #include "ZnConvertersLib/Pfnc.h"
 #include "ZnConvertersLib/PixelTypeFactory.h"
 
@@ -455,7 +456,11 @@ const BadCase kBadCases[] = {
     {"UnknownPattern", "$BAYER -s 4x4 --pattern RGBG in out", 2, "--pattern 'RGBG'"},
     {"PatternForAGraySource", "$GRAY -s 4x4 --pattern RGGB in out", 2,
      "--pattern applies to Bayer sources"},
-    {"UnknownDemosaicMethod", "$BAYER -s 4x4 --demosaic vng in out", 2, "--demosaic 'vng'"},
+    {"UnknownDemosaicMethod", "$BAYER -s 4x4 --demosaic vng in out", 2,
+     "--demosaic 'vng' is not one of block, bilinear, gradient-corrected, edge-directed"},
+    {"DemosaicShortFormAndFullNameAgreeButNotAnother",
+     "$BAYER -s 4x4 --demosaic edge --demosaic Edge-Directed --demosaic gradient in out", 2,
+     "--demosaic given twice with different values ('edge-directed' and 'gradient-corrected')"},
     {"FieldOrderForAProgressiveSource", "$GRAY -s 4x4 --field-order bottom in out", 2,
      "--field-order applies to interlaced sources"},
     {"NegativeWhiteBalance", "$RGB -s 2x2 --white-balance 1,-1,1 in out", 2, "between 0 and 255"},
@@ -522,6 +527,8 @@ INSTANTIATE_TEST_SUITE_P(
                                 "-f 0x20010 -t 0x820002 -s 1024x766 --demosaic block"},
                     ThreadsCase{"OddHeightBayerBlockRaw",
                                 "-f 0x20010 -t 0x20007 -s 1024x767 --demosaic block"},
+                    ThreadsCase{"OddHeightBayerEdgeDirectedRaw",
+                                "-f 0x20010 -t 0x420002 -s 1024x767 --demosaic edge-directed"},
                     ThreadsCase{"ChainedQuadTaps", "-f 0x10006 -t 0x420006 -s 1024x768"}),
     ByLabel());
 
@@ -570,5 +577,61 @@ TEST_F(Znconvert, BayerSourcesDefaultToBilinearGrbgIntoPackedBgr24) {
               0);
     EXPECT_NE(ReadBytes(PathOf("out")), defaults) << "the interior is interpolated";
 }
+
+struct DemosaicCase {
+    const char* label;
+    const char* options;  // --demosaic as a user may spell it, and the types
+    DemosaicMethod method;
+    uint32_t tile;
+    int64 destination;
+    uint32_t bytesPerPixel;
+    const char* summary;
+};
+
+class ZnconvertDemosaic : public Znconvert, public testing::WithParamInterface<DemosaicCase> {};
+
+// Each name must reach its own method: the program's bytes are the library's for that
+// method and tile, and differ from what the default method gives.
+TEST_P(ZnconvertDemosaic, GivesTheLibrarysBytesForTheNamedMethod) {
+    const DemosaicCase& c = GetParam();
+    const std::string sample = ZN_SOURCE_DIR "/samples/raccoon-1024x768-bayer-grbg8.raw";
+    const ProgramRun run =
+        Run(std::string("-s 1024x768 ") + c.options + " " + Quote(sample) + " out");
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_NE(run.out.find(c.summary), std::string::npos) << run.out;
+
+    const Bytes mosaic = ReadBytes(sample);
+    const auto convert = [&](DemosaicMethod method) {
+        Bytes image(size_t{1024} * 768 * c.bytesPerPixel);
+        ConvertOptions options;
+        options.bayerTile = c.tile;
+        options.demosaic = method;
+        const FrameResult result = ConvertFrame(
+            FrameView{0x20010, 1024, 768, 0, mosaic.data(), mosaic.size()},
+            MutableFrameView{c.destination, 1024, 768, 0, image.data(), image.size()}, options);
+        EXPECT_TRUE(result) << result.message;
+        return image;
+    };
+    const Bytes out = ReadBytes(PathOf("out"));
+    EXPECT_TRUE(out == convert(c.method)) << "not the library's " << c.summary;
+    EXPECT_FALSE(out == convert(DemosaicMethod::kBilinear));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Methods, ZnconvertDemosaic,
+    testing::Values(
+        DemosaicCase{"GradientCorrectedRgb24", "-f BayerGR8 --demosaic gradient-corrected -t RGB8",
+                     DemosaicMethod::kGradientCorrected, kBayerTileGRBG, 0x420002, 3,
+                     "pattern GRBG, gradient-corrected"},
+        DemosaicCase{"GradientShortFormBggrBgr24", "-f 0x20010 --demosaic Gradient --pattern BGGR",
+                     DemosaicMethod::kGradientCorrected, kBayerTileBGGR, 0x420006, 3,
+                     "pattern BGGR, gradient-corrected"},
+        DemosaicCase{"EdgeDirectedBgr32", "-f 0x20010 --demosaic EDGE-DIRECTED -t 0x20007",
+                     DemosaicMethod::kEdgeDirected, kBayerTileGRBG, 0x20007, 4,
+                     "pattern GRBG, edge-directed"},
+        DemosaicCase{"EdgeShortFormRggbRgb24", "--demosaic edge -f BayerRG8 -t RGB8",
+                     DemosaicMethod::kEdgeDirected, kBayerTileRGGB, 0x420002, 3,
+                     "pattern RGGB, edge-directed"}),
+    ByLabel());
 
 }  // namespace

@@ -86,11 +86,17 @@ BayerPattern ParsePattern(const std::string& text) {
     UsageFail("--pattern '" + text + "' is not one of GRBG, GBRG, RGGB, BGGR");
 }
 
-Demosaic ParseDemosaic(const std::string& text) {
+ZnConvertersLib::DemosaicMethod ParseDemosaic(const std::string& text) {
+    using ZnConvertersLib::DemosaicMethod;
     const std::string name = Lower(text);
-    if (name == "block") return Demosaic::Block;
-    if (name == "bilinear") return Demosaic::Bilinear;
-    UsageFail("--demosaic '" + text + "' is not one of block, bilinear");
+    if (name == "block") return DemosaicMethod::kBlock;
+    if (name == "bilinear") return DemosaicMethod::kBilinear;
+    if (name == "gradient-corrected" || name == "gradient") {
+        return DemosaicMethod::kGradientCorrected;
+    }
+    if (name == "edge-directed" || name == "edge") return DemosaicMethod::kEdgeDirected;
+    UsageFail("--demosaic '" + text +
+              "' is not one of block, bilinear, gradient-corrected, edge-directed");
 }
 
 FieldOrder ParseFieldOrder(const std::string& text) {
@@ -208,9 +214,9 @@ Options ParseOptions(int argc, const char* const* argv) {
             options.pattern = ParsePattern(value());
             once("--pattern", PatternName(*options.pattern));
         } else if (name == "--demosaic") {
-            const std::string text = value();
-            options.demosaic = ParseDemosaic(text);
-            once("--demosaic", Lower(text));
+            options.demosaic = ParseDemosaic(value());
+            // By the method, so that a short form and the full name agree.
+            once("--demosaic", DemosaicName(*options.demosaic));
         } else if (name == "--field-order") {
             const std::string text = value();
             options.fieldOrder = ParseFieldOrder(text);
@@ -284,6 +290,21 @@ const char* PatternName(BayerPattern pattern) {
     return "?";
 }
 
+const char* DemosaicName(ZnConvertersLib::DemosaicMethod method) {
+    using ZnConvertersLib::DemosaicMethod;
+    switch (method) {
+        case DemosaicMethod::kBlock:
+            return "block";
+        case DemosaicMethod::kBilinear:
+            return "bilinear";
+        case DemosaicMethod::kGradientCorrected:
+            return "gradient-corrected";
+        case DemosaicMethod::kEdgeDirected:
+            return "edge-directed";
+    }
+    return "?";
+}
+
 const char* HelpText() {
     return R"(Usage: znconvert [options] INPUT OUTPUT
        znconvert --list [--from TYPE]
@@ -307,9 +328,15 @@ Options:
       --dest-padding N       bytes after each line of raw output (default 0)
       --pattern P            Bayer sources: the 2x2 tile at the top-left corner, read row
                              by row: GRBG (default), GBRG, RGGB or BGGR
-      --demosaic M           Bayer sources: bilinear (default; every pixel interpolated
-                             from its 3x3 neighbourhood) or block (one colour per 2x2
-                             block, faster)
+      --demosaic M           Bayer sources, how the missing colours are interpolated:
+                             bilinear (default): from the 3x3 neighbourhood;
+                             block: one colour per 2x2 block, fastest;
+                             gradient-corrected (or gradient): bilinear corrected by
+                             the Laplacian of the pixel's own colour (5x5 filters);
+                             sharper than bilinear;
+                             edge-directed (or edge): green along the smoother
+                             direction, then red and blue from colour differences;
+                             the most faithful to the scene, and the slowest
       --field-order F        interlaced sources, which field the file holds first:
                              top (default; even lines first) or bottom
       --white-balance R,G,B  per-channel multipliers for colour sources, e.g. 1.6,1,1.3

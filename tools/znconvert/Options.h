@@ -17,7 +17,6 @@ enum class BayerPattern : uint32_t {
     RGGB = ZnConvertersLib::kBayerTileRGGB,
     BGGR = ZnConvertersLib::kBayerTileBGGR,
 };
-enum class Demosaic { Block, Bilinear };
 // Which field of an interlaced frame the file holds first.
 enum class FieldOrder { TopFirst, BottomFirst };
 
@@ -45,7 +44,7 @@ struct Options {
     uint32_t destinationPadding = 0;
     bool destinationPaddingGiven = false;
     std::optional<BayerPattern> pattern;
-    std::optional<Demosaic> demosaic;
+    std::optional<ZnConvertersLib::DemosaicMethod> demosaic;
     std::optional<FieldOrder> fieldOrder;
     std::optional<std::array<double, 3>> whiteBalance;
     uint32_t threads = 1;  // 0: every hardware thread
@@ -70,5 +69,7 @@ bool IsPnmName(const std::string& path);
 enum class FileFormat { Raw, Bmp, Png };
 FileFormat FormatByName(const std::string& path);
 const char* PatternName(BayerPattern pattern);
+// The name --demosaic takes for the method.
+const char* DemosaicName(ZnConvertersLib::DemosaicMethod method);
 
 }  // namespace znconvert

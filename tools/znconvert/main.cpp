@@ -325,10 +325,10 @@ int Run(int argc, const char* const* argv) {
 
     ConvertOptions convert;
     const BayerPattern pattern = tile.value_or(BayerPattern::GRBG);
-    const Demosaic demosaic = options.demosaic.value_or(Demosaic::Bilinear);
+    const DemosaicMethod demosaic = options.demosaic.value_or(DemosaicMethod::kBilinear);
     if (!knownNotBayer) {
         convert.bayerTile = static_cast<uint32_t>(pattern);
-        if (demosaic == Demosaic::Bilinear) convert.demosaic = DemosaicMethod::kBilinear;
+        convert.demosaic = demosaic;
     }
     convert.secondFieldFirst = options.fieldOrder == FieldOrder::BottomFirst;
     convert.threads = options.threads;
@@ -467,8 +467,7 @@ int Run(int argc, const char* const* argv) {
 
     std::string details;
     if (!knownNotBayer && sourceType != nullptr && !copy) {
-        details = std::string(", pattern ") + PatternName(pattern) +
-                  (demosaic == Demosaic::Bilinear ? ", bilinear" : ", block");
+        details = std::string(", pattern ") + PatternName(pattern) + ", " + DemosaicName(demosaic);
     }
     // Standard output may be the converted bytes themselves.
     if (options.output != "-") {
