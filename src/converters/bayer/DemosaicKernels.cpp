@@ -71,9 +71,17 @@ HWY_INLINE V Finish(D d, V v, V most) {
         most);
 }
 
-template <class D, class V = hn::Vec<D>>
-HWY_INLINE V Times(D d, int k, V v) {
-    return hn::Mul(v, hn::Set(d, static_cast<hn::TFromD<D>>(k)));
+// k * v by shifts and adds: constant multiplies are slow on some targets' widest vectors.
+template <int K, class V>
+HWY_INLINE V Times(V v) {
+    static_assert(K == 2 || K == 3 || K == 4 || K == 8 || K == 10 || K == 12,
+                  "a weight of the filters");
+    if constexpr (K == 2) return hn::Add(v, v);
+    if constexpr (K == 3) return hn::Add(hn::Add(v, v), v);
+    if constexpr (K == 4) return hn::ShiftLeft<2>(v);
+    if constexpr (K == 8) return hn::ShiftLeft<3>(v);
+    if constexpr (K == 10) return hn::Add(hn::ShiftLeft<3>(v), hn::Add(v, v));
+    if constexpr (K == 12) return hn::Add(hn::ShiftLeft<3>(v), hn::ShiftLeft<2>(v));
 }
 
 // The three values of a line's pixels by role: the colour that shares the line with
@@ -98,12 +106,12 @@ HWY_INLINE Roles<hn::Vec<D>> GradientPairs(D d, const PhaseRow<T>* rows, ptrdiff
         const auto v2 = hn::Add(w.template At<0, -2>(), w.template At<0, 2>());
         const auto diag = hn::Add(hn::Add(w.template At<-1, -1>(), w.template At<1, -1>()),
                                   hn::Add(w.template At<-1, 1>(), w.template At<1, 1>()));
-        const auto base = hn::Sub(Times(d, 10, c), Times(d, 2, diag));
+        const auto base = hn::Sub(Times<10>(c), Times<2>(diag));
         out.g[GreenPhase] = c;
-        out.x[GreenPhase] = Finish<4>(
-            d, hn::Add(hn::Sub(hn::Add(base, Times(d, 8, h1)), Times(d, 2, h2)), v2), most);
-        out.y[GreenPhase] = Finish<4>(
-            d, hn::Add(hn::Sub(hn::Add(base, Times(d, 8, v1)), Times(d, 2, v2)), h2), most);
+        out.x[GreenPhase] =
+            Finish<4>(d, hn::Add(hn::Sub(hn::Add(base, Times<8>(h1)), Times<2>(h2)), v2), most);
+        out.y[GreenPhase] =
+            Finish<4>(d, hn::Add(hn::Sub(hn::Add(base, Times<8>(v1)), Times<2>(v2)), h2), most);
     }
     const Window<D, kOther> w{d, rows, p};
     const auto c = w.template At<0, 0>();
@@ -114,10 +122,9 @@ HWY_INLINE Roles<hn::Vec<D>> GradientPairs(D d, const PhaseRow<T>* rows, ptrdiff
     const auto diag = hn::Add(hn::Add(w.template At<-1, -1>(), w.template At<1, -1>()),
                               hn::Add(w.template At<-1, 1>(), w.template At<1, 1>()));
     out.x[kOther] = c;
-    out.g[kOther] =
-        Finish<3>(d, hn::Sub(hn::Add(Times(d, 4, c), Times(d, 2, cross1)), cross2), most);
-    out.y[kOther] = Finish<4>(
-        d, hn::Sub(hn::Add(Times(d, 12, c), Times(d, 4, diag)), Times(d, 3, cross2)), most);
+    out.g[kOther] = Finish<3>(d, hn::Sub(hn::Add(Times<4>(c), Times<2>(cross1)), cross2), most);
+    out.y[kOther] =
+        Finish<4>(d, hn::Sub(hn::Add(Times<12>(c), Times<4>(diag)), Times<3>(cross2)), most);
     return out;
 }
 
@@ -133,8 +140,8 @@ HWY_INLINE hn::Vec<D> EdgeGreen(D d, const PhaseRow<T>* rows, ptrdiff_t p, hn::V
     const auto up = w.template At<0, -1>(), down = w.template At<0, 1>();
     const auto dh = hn::Add(hn::Abs(hn::Sub(left, right)), hn::Abs(h2));
     const auto dv = hn::Add(hn::Abs(hn::Sub(up, down)), hn::Abs(v2));
-    const auto gh = hn::Add(Times(d, 2, hn::Add(left, right)), h2);
-    const auto gv = hn::Add(Times(d, 2, hn::Add(up, down)), v2);
+    const auto gh = hn::Add(Times<2>(hn::Add(left, right)), h2);
+    const auto gv = hn::Add(Times<2>(hn::Add(up, down)), v2);
     const auto sum = hn::IfThenElse(
         hn::Lt(hn::Add(dh, dh), dv), hn::Add(gh, gh),
         hn::IfThenElse(hn::Lt(hn::Add(dv, dv), dh), hn::Add(gv, gv), hn::Add(gh, gv)));
@@ -170,7 +177,7 @@ HWY_INLINE Roles<hn::Vec<D>> EdgePairs(D d, const PhaseRow<T>* rows, const Phase
                                       hn::Sub(m.template At<1, 1>(), g.template At<1, 1>())));
     out.x[kOther] = m.template At<0, 0>();
     out.g[kOther] = green;
-    out.y[kOther] = Finish<2>(d, hn::Add(Times(d, 4, green), diag), most);
+    out.y[kOther] = Finish<2>(d, hn::Add(Times<4>(green), diag), most);
     return out;
 }
 

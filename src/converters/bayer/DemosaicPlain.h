@@ -19,6 +19,11 @@ namespace Demosaic {
 // Index i of a line of n samples mirrored about both ends without repeating them
 // (-1 -> 1, n -> n - 2), which keeps the colour of every site for any i.
 inline uint32_t Reflect(int64_t i, uint32_t n) {
+    // Inside, or one reflection away: no division on the paths every line takes.
+    if (i >= 0 && i < n) return static_cast<uint32_t>(i);
+    if (i < 0 && -i < n) return static_cast<uint32_t>(-i);
+    if (i >= n && i < 2 * static_cast<int64_t>(n) - 1)
+        return static_cast<uint32_t>(2 * (n - 1) - i);
     if (n == 1) return 0;
     const int64_t period = 2 * (static_cast<int64_t>(n) - 1);
     i %= period;
