@@ -31,10 +31,12 @@ if command -v aarch64-linux-gnu-g++ >/dev/null 2>&1 && command -v qemu-aarch64 >
   echo "=== aarch64 (qemu) ==="
   cmake -S . -B build/aarch64 -DCMAKE_TOOLCHAIN_FILE=cmake/aarch64-linux-gnu.cmake \
     -DCMAKE_BUILD_TYPE=Release -DZN_SANITIZE= -DZN_BUILD_BENCHMARKS=OFF >/dev/null
-  cmake --build build/aarch64 -j "${jobs}" --target test_KernelDifferentialTest
-  qemu-aarch64 -L /usr/aarch64-linux-gnu \
-    -E LD_LIBRARY_PATH=/usr/lib/aarch64-linux-gnu:"$PWD/build/aarch64" \
-    build/aarch64/tests/test_KernelDifferentialTest
+  cmake --build build/aarch64 -j "${jobs}" --target test_KernelDifferentialTest test_DemosaicTest
+  for test in KernelDifferentialTest DemosaicTest; do
+    qemu-aarch64 -L /usr/aarch64-linux-gnu \
+      -E LD_LIBRARY_PATH=/usr/lib/aarch64-linux-gnu:"$PWD/build/aarch64" \
+      "build/aarch64/tests/test_${test}"
+  done
 else
   echo "=== aarch64 (qemu): skipped, the cross compiler, qemu-user or arm64 packages are missing ==="
 fi

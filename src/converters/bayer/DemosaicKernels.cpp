@@ -91,13 +91,27 @@ struct Roles {
     V x[2], g[2], y[2];
 };
 
+// The three values of one phase.
+template <class V>
+struct Site {
+    V x, g, y;
+};
+
+// Built whole: some targets cannot default-construct a vector inside an aggregate.
+template <int GreenPhase, class V>
+HWY_INLINE Roles<V> ByPhase(const Site<V>& green, const Site<V>& other) {
+    const Site<V>& even = GreenPhase == 0 ? green : other;
+    const Site<V>& odd = GreenPhase == 0 ? other : green;
+    return Roles<V>{{even.x, odd.x}, {even.g, odd.g}, {even.y, odd.y}};
+}
+
 // Gradient-corrected filters for both phases of a line whose green sites are GreenPhase.
 template <int GreenPhase, class D, class T = hn::TFromD<D>>
 HWY_INLINE Roles<hn::Vec<D>> GradientPairs(D d, const PhaseRow<T>* rows, ptrdiff_t p,
                                            hn::Vec<D> most) {
     constexpr int kOther = 1 - GreenPhase;
-    Roles<hn::Vec<D>> out;
-    {
+    using V = hn::Vec<D>;
+    const Site<V> atGreen = [&] {
         const Window<D, GreenPhase> w{d, rows, p};
         const auto c = w.template At<0, 0>();
         const auto h1 = hn::Add(w.template At<-1, 0>(), w.template At<1, 0>());
@@ -107,12 +121,10 @@ HWY_INLINE Roles<hn::Vec<D>> GradientPairs(D d, const PhaseRow<T>* rows, ptrdiff
         const auto diag = hn::Add(hn::Add(w.template At<-1, -1>(), w.template At<1, -1>()),
                                   hn::Add(w.template At<-1, 1>(), w.template At<1, 1>()));
         const auto base = hn::Sub(Times<10>(c), Times<2>(diag));
-        out.g[GreenPhase] = c;
-        out.x[GreenPhase] =
-            Finish<4>(d, hn::Add(hn::Sub(hn::Add(base, Times<8>(h1)), Times<2>(h2)), v2), most);
-        out.y[GreenPhase] =
-            Finish<4>(d, hn::Add(hn::Sub(hn::Add(base, Times<8>(v1)), Times<2>(v2)), h2), most);
-    }
+        return Site<V>{
+            Finish<4>(d, hn::Add(hn::Sub(hn::Add(base, Times<8>(h1)), Times<2>(h2)), v2), most), c,
+            Finish<4>(d, hn::Add(hn::Sub(hn::Add(base, Times<8>(v1)), Times<2>(v2)), h2), most)};
+    }();
     const Window<D, kOther> w{d, rows, p};
     const auto c = w.template At<0, 0>();
     const auto cross1 = hn::Add(hn::Add(w.template At<-1, 0>(), w.template At<1, 0>()),
@@ -121,11 +133,10 @@ HWY_INLINE Roles<hn::Vec<D>> GradientPairs(D d, const PhaseRow<T>* rows, ptrdiff
                                 hn::Add(w.template At<0, -2>(), w.template At<0, 2>()));
     const auto diag = hn::Add(hn::Add(w.template At<-1, -1>(), w.template At<1, -1>()),
                               hn::Add(w.template At<-1, 1>(), w.template At<1, 1>()));
-    out.x[kOther] = c;
-    out.g[kOther] = Finish<3>(d, hn::Sub(hn::Add(Times<4>(c), Times<2>(cross1)), cross2), most);
-    out.y[kOther] =
-        Finish<4>(d, hn::Sub(hn::Add(Times<12>(c), Times<4>(diag)), Times<3>(cross2)), most);
-    return out;
+    const Site<V> atOther{
+        c, Finish<3>(d, hn::Sub(hn::Add(Times<4>(c), Times<2>(cross1)), cross2), most),
+        Finish<4>(d, hn::Sub(hn::Add(Times<12>(c), Times<4>(diag)), Times<3>(cross2)), most)};
+    return ByPhase<GreenPhase>(atGreen, atOther);
 }
 
 // Green at the non-green sites of a mosaic line: along the direction whose gradient is
@@ -154,8 +165,8 @@ template <int GreenPhase, class D, class T = hn::TFromD<D>>
 HWY_INLINE Roles<hn::Vec<D>> EdgePairs(D d, const PhaseRow<T>* rows, const PhaseRow<T>* greens,
                                        ptrdiff_t p, hn::Vec<D> most) {
     constexpr int kOther = 1 - GreenPhase;
-    Roles<hn::Vec<D>> out;
-    {
+    using V = hn::Vec<D>;
+    const Site<V> atGreen = [&] {
         const Window<D, GreenPhase> m{d, rows, p};
         const Window<D, GreenPhase> g{d, greens, p};
         const auto c = m.template At<0, 0>();
@@ -164,10 +175,9 @@ HWY_INLINE Roles<hn::Vec<D>> EdgePairs(D d, const PhaseRow<T>* rows, const Phase
                                    hn::Sub(m.template At<1, 0>(), g.template At<1, 0>()));
         const auto across = hn::Add(hn::Sub(m.template At<0, -1>(), g.template At<0, -1>()),
                                     hn::Sub(m.template At<0, 1>(), g.template At<0, 1>()));
-        out.g[GreenPhase] = c;
-        out.x[GreenPhase] = Finish<1>(d, hn::Add(c2, along), most);
-        out.y[GreenPhase] = Finish<1>(d, hn::Add(c2, across), most);
-    }
+        return Site<V>{Finish<1>(d, hn::Add(c2, along), most), c,
+                       Finish<1>(d, hn::Add(c2, across), most)};
+    }();
     const Window<D, kOther> m{d, rows, p};
     const Window<D, kOther> g{d, greens, p};
     const auto green = g.template At<0, 0>();
@@ -175,10 +185,9 @@ HWY_INLINE Roles<hn::Vec<D>> EdgePairs(D d, const PhaseRow<T>* rows, const Phase
                                       hn::Sub(m.template At<1, -1>(), g.template At<1, -1>())),
                               hn::Add(hn::Sub(m.template At<-1, 1>(), g.template At<-1, 1>()),
                                       hn::Sub(m.template At<1, 1>(), g.template At<1, 1>())));
-    out.x[kOther] = m.template At<0, 0>();
-    out.g[kOther] = green;
-    out.y[kOther] = Finish<2>(d, hn::Add(Times<4>(green), diag), most);
-    return out;
+    const Site<V> atOther{m.template At<0, 0>(), green,
+                          Finish<2>(d, hn::Add(Times<4>(green), diag), most)};
+    return ByPhase<GreenPhase>(atGreen, atOther);
 }
 
 // Three channel lines in pixel order: bytes for 8-bit outputs, words for 16-bit ones.
@@ -289,23 +298,23 @@ void DecodePairs(D d, const Job& job, uint32_t y, const PhaseRow<T>& row) {
     const hn::RebindToUnsigned<D> du;
     for (size_t p = 0;; p += n) {
         p = LastVectorAt(p, n, pairs);
-        hn::Vec<decltype(du)> even, odd;
+        const auto store = [&](hn::Vec<decltype(du)> even, hn::Vec<decltype(du)> odd) {
+            hn::StoreU(hn::BitCast(d, even), d, row.phase[0] + kPadPairs + p);
+            hn::StoreU(hn::BitCast(d, odd), d, row.phase[1] + kPadPairs + p);
+        };
         if constexpr (sizeof(T) == 2) {
             const hn::Repartition<uint8_t, D> d8;
             const auto w = hn::BitCast(du, hn::LoadU(d8, line + 2 * p));
-            even = hn::And(w, hn::Set(du, 0xFF));
-            odd = hn::ShiftRight<8>(w);
+            store(hn::And(w, hn::Set(du, 0xFF)), hn::ShiftRight<8>(w));
         } else {
             const hn::Repartition<uint16_t, D> d16;
             const auto w =
                 hn::BitCast(du, hn::LoadU(d16, reinterpret_cast<const uint16_t*>(line) + 2 * p));
             const int down = static_cast<int>(job.form.down);
             const auto most = hn::Set(du, (1u << job.form.bits) - 1);
-            even = hn::Min(hn::ShiftRightSame(hn::And(w, hn::Set(du, 0xFFFFu)), down), most);
-            odd = hn::Min(hn::ShiftRightSame(hn::ShiftRight<16>(w), down), most);
+            store(hn::Min(hn::ShiftRightSame(hn::And(w, hn::Set(du, 0xFFFFu)), down), most),
+                  hn::Min(hn::ShiftRightSame(hn::ShiftRight<16>(w), down), most));
         }
-        hn::StoreU(hn::BitCast(d, even), d, row.phase[0] + kPadPairs + p);
-        hn::StoreU(hn::BitCast(d, odd), d, row.phase[1] + kPadPairs + p);
         if (p + n == pairs) break;
     }
 }
@@ -345,7 +354,8 @@ public:
         const PhaseRow<T> rows[5] = {Mosaic(at - 2), Mosaic(at - 1), Mosaic(at), Mosaic(at + 1),
                                      Mosaic(at + 2)};
         PhaseRow<T> greens[5] = {};
-        if (mJob.method == DemosaicMethod::kEdgeDirected) {
+        const bool edge = mJob.method == DemosaicMethod::kEdgeDirected;
+        if (edge) {
             for (int k = 1; k < 4; ++k) greens[k] = Green(at + k - 2);
         }
         const D d;
@@ -356,14 +366,10 @@ public:
         for (size_t p = 0;; p += n) {
             p = LastVectorAt(p, n, mPairs);
             const ptrdiff_t q = static_cast<ptrdiff_t>(p);
-            Roles<V> v;
-            if (mJob.method == DemosaicMethod::kEdgeDirected) {
-                v = greenEven ? EdgePairs<0>(d, rows, greens, q, most)
-                              : EdgePairs<1>(d, rows, greens, q, most);
-            } else {
-                v = greenEven ? GradientPairs<0>(d, rows, q, most)
-                              : GradientPairs<1>(d, rows, q, most);
-            }
+            const Roles<V> v = edge        ? (greenEven ? EdgePairs<0>(d, rows, greens, q, most)
+                                                        : EdgePairs<1>(d, rows, greens, q, most))
+                               : greenEven ? GradientPairs<0>(d, rows, q, most)
+                                           : GradientPairs<1>(d, rows, q, most);
             PutRoles(d, v, xIsRed, bits, wide, mChannels, q);
             if (p + n == mPairs) break;
         }
