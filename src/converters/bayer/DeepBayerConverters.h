@@ -8,7 +8,8 @@
 // Samples above the declared depth saturate. A filter applies its 16-bit tables, indexed
 // by the sample at its depth, so it should have the source's bit size; a larger index
 // takes the table's last entry. The library's default filters are identities and are
-// not looked up.
+// not looked up. Without a filter, vector rows (DeepBayerKernels.h) convert the bulk of
+// each pair and the plain rows finish it.
 
 #include <algorithm>
 #include <cstddef>
@@ -18,6 +19,7 @@
 #include "ZnConvertersLib/PixelConverter.h"
 #include "ZnConvertersLib/RGBFilter.h"
 #include "converters/bayer/BayerRows.h"
+#include "converters/bayer/DeepBayerKernels.h"
 #include "converters/common/KernelSupport.h"
 
 namespace ZnConvertersLib {
@@ -72,6 +74,8 @@ public:
         Store(out, i, c);
         Store(out, i + 1, c);
     }
+    // The vector rows store samples as they are: a filter leaves them to the plain rows.
+    bool Filtered() const { return mFilter != nullptr; }
     template <int Site>
     void Apply(const DeepLine& out, std::ptrdiff_t i, const BayerWindow& w) const {
         Store(out, i, BayerDetail::Interpolate<Site>(w));
@@ -146,14 +150,26 @@ private:
         const DeepBayerDetail::DeepLine out0{destination};
         const DeepBayerDetail::DeepLine out1{destination + context.destinationStride};
         const DeepRow top(source, mBits, mNormalized), bottom(source + stride, mBits, mNormalized);
+        // The block method reads no line outside its pair.
+        const unsigned char* const above = neighbourhood ? source - stride : source;
+        const unsigned char* const below = neighbourhood ? source + 2 * stride : source + stride;
+        const DeepBayerLines lines{above, source, source + stride, below, mBits, mNormalized};
+        const bool vector = !kernel.Filtered();
         if (!neighbourhood) {
-            BayerDetail::BlockPairRows<Layout>(top, bottom, kernel, out0, out1, 0, width);
+            const uint32_t done = vector
+                                      ? DeepBayerVectorRow(BayerMethod::kBlock, Layout, lines,
+                                                           kBlueFirst, out0.line, out1.line, width)
+                                      : 0;
+            BayerDetail::BlockPairRows<Layout>(top, bottom, kernel, out0, out1, done, width);
             return;
         }
-        const DeepRow above(source - stride, mBits, mNormalized);
-        const DeepRow below(source + 2 * stride, mBits, mNormalized);
-        BayerDetail::NeighbourhoodPairRows<Layout>(above, top, bottom, below, kernel, out0, out1, 0,
-                                                   width);
+        const uint32_t done =
+            vector ? DeepBayerVectorRow(BayerMethod::kNeighbourhoodInner, Layout, lines, kBlueFirst,
+                                        out0.line, out1.line, (width - 2) >> 1)
+                   : 0;
+        BayerDetail::NeighbourhoodPairRows<Layout>(DeepRow(above, mBits, mNormalized), top, bottom,
+                                                   DeepRow(below, mBits, mNormalized), kernel, out0,
+                                                   out1, done, width);
     }
 
     uint32_t mBits;
