@@ -1,14 +1,14 @@
 // Vector rows of the YUV family, written once and compiled for every target
-// (YUVKernels.h). The 4:2:2 decoders take a group a 32-bit lane and share its chroma
-// terms between its two pixels; the others give Y, U and V per pixel in order (4:1:1
-// chroma repeated for its four pixels) to one matrix. The shared stage filters and
-// stores the R, G and B vectors.
+// (YUVKernels.h). The 4:2:2 decoders work in 16-bit lanes, one pixel a lane, on exact
+// 16-bit forms of the plain row's sums (below, at Groups422); the others give Y, U and V
+// per pixel in order (4:1:1 chroma repeated for its four pixels) to one matrix. The
+// shared stage filters and stores the R, G and B vectors.
 //
 // The matrix forms the plain row's own 32-bit sums by pairwise multiply-adds of 16-bit
 // samples, with black level, chroma zero and rounding folded into one constant per
 // channel, so the arithmetic shift and the clamp give the plain row's bytes. A 32-bit
-// lane holds one group, or four pixels whose bytes are taken one position at a time, so
-// no step moves data across lanes until the bytes are joined again.
+// lane holds four pixels whose bytes are taken one position at a time, so no step moves
+// data across lanes until the bytes are joined again.
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "converters/yuv/YUVKernels.cpp"
@@ -98,19 +98,6 @@ HWY_INLINE V8 Join4(VI32 b0, VI32 b1, VI32 b2, VI32 b3) {
                      hn::Or(hn::ShiftLeft<16>(Clamp8(b2)), hn::ShiftLeft<24>(Clamp8(b3)))));
 }
 
-// Two values a lane (16-bit halves, within -32768 ... 32767) from each of two vectors, as
-// bytes in order, saturated.
-HWY_INLINE V8 Join2(VI32 firstLow, VI32 firstHigh, VI32 secondLow, VI32 secondHigh) {
-    const D8 d;
-    const hn::Half<D8> dh;
-    const DI16 d16;
-    const auto pack = [&](VI32 low, VI32 high) {
-        return hn::OddEven(hn::BitCast(d16, hn::ShiftLeft<16>(high)), hn::BitCast(d16, low));
-    };
-    return hn::Combine(d, hn::DemoteTo(dh, pack(secondLow, secondHigh)),
-                       hn::DemoteTo(dh, pack(firstLow, firstHigh)));
-}
-
 // Y, U and V of each pixel in order (whole vectors): the matrix per byte of each 32-bit
 // lane.
 HWY_INLINE void Matrix(V8 y, V8 u, V8 v, V8& r, V8& g, V8& b) {
@@ -152,32 +139,255 @@ struct Triplets {
     }
 };
 
-// Two pixels a 4-byte group, samples at byte offsets Y0, U, Y1, V: one group a 32-bit
-// lane, its chroma terms computed once for both pixels.
-// The two pixels of each group of a vector.
-struct GroupPixels {
-    Colour32 first, second;
-};
+// ---------------------------------------------------------------------------------------
+// 4:2:2 in 16-bit lanes, one pixel a lane, with the plain row's bytes.
+//
+// The plain row's channel is floor((1196 Y + D) / 1024), D the chroma term with black
+// level and rounding folded in. 1196 Y is a multiple of 4, so this is
+// floor((299 Y + floor(D / 4)) / 256): 299 Y = 256 Y + 43 Y, and the quarter of D splits
+// into whole multiples of 256 (2 V, -V or 2 U, less kHighBias) and a rest. The channel is
+// then Y + whole + ((43 Y + rest) >> 8), where 43 Y + rest stays within 0 ... 65535 for
+// every Y, U and V (static_asserts below), so the 16-bit sum and its high byte are exact.
+// Red's quarter has a half V (1642 / 4 = 410.5), taken as V >> 1 from the [Y, V] lane.
+// Each product sum is a byte-pair multiply-add of [Y, U] or [Y, V] lanes, whose
+// coefficients keep it far from 16-bit saturation, and the final clamp is the pack's.
+// Checked against the plain formula for every Y, U, V.
 
-// Two vectors of groups as pixels in order.
-HWY_INLINE void JoinGroups(const GroupPixels& a, const GroupPixels& b, V8& r, V8& g, V8& bl) {
-    r = Join2(a.first.r, a.second.r, b.first.r, b.second.r);
-    g = Join2(a.first.g, a.second.g, b.first.g, b.second.g);
-    bl = Join2(a.first.b, a.second.b, b.first.b, b.second.b);
+constexpr int32_t kQuarterGain = kLumaGain / 4;
+constexpr int32_t kYLow = kQuarterGain - 256;
+constexpr int32_t kQuarterBase = (kRoundingBias - kLumaGain * kLumaBlack) / 4;
+constexpr int32_t kHighBias = 384;
+static_assert(kLumaGain % 4 == 0 && kQuarterGain / 256 == 1, "Y's whole part is Y");
+static_assert((kRoundingBias - kLumaGain * kLumaBlack) % 4 == 0, "");
+static_assert(kVToRed % 4 == 2 && kUToGreen % 4 == 0 && kVToGreen % 4 == 0 && kUToBlue % 4 == 0,
+              "only red's quarter has a half");
+static_assert((kVToRed * kChromaZero) % 4 == 0 && (kUToBlue * kChromaZero) % 4 == 0, "");
+
+// Red: Y + 2 V - kHighBias + ((43 Y + kRedV V + (V >> 1) + kRedBias) >> 8).
+constexpr int32_t kRedV = kVToRed / 4 - 2 * 256;
+constexpr int32_t kRedBias = kQuarterBase - kVToRed * kChromaZero / 4 + 256 * kHighBias;
+// Green: Y - V + ((43 Y + kGreenU U + kGreenV V + kGreenBias) >> 8).
+constexpr int32_t kGreenU = -kUToGreen / 4;
+constexpr int32_t kGreenV = 256 - kVToGreen / 4;
+constexpr int32_t kGreenBias = kQuarterBase + (kUToGreen + kVToGreen) * kChromaZero / 4;
+// Blue: Y + 2 U - kHighBias + ((43 Y + kBlueU U + kBlueBias) >> 8).
+constexpr int32_t kBlueU = kUToBlue / 4 - 2 * 256;
+constexpr int32_t kBlueBias = kQuarterBase - kUToBlue * kChromaZero / 4 + 256 * kHighBias;
+
+// The low sums' ranges: within one 16-bit word, so exact modulo 2^16.
+constexpr bool InWord(int32_t low, int32_t high) {
+    return low >= 0 && high <= 65535;
+}
+static_assert(InWord(kRedV * 255 + kRedBias, kYLow * 255 + kRedBias), "");
+static_assert(InWord(kGreenU * 255 + kGreenBias, kYLow * 255 + kGreenV * 255 + kGreenBias), "");
+static_assert(InWord(kBlueBias, kYLow * 255 + kBlueU * 255 + kBlueBias), "");
+// Byte coefficients whose multiply-add of two unsigned bytes cannot saturate.
+constexpr bool PairFits(int32_t c0, int32_t c1) {
+    const auto high = [](int32_t c) { return c > 0 ? 255 * c : 0; };
+    const auto low = [](int32_t c) { return c < 0 ? 255 * c : 0; };
+    return c0 >= -128 && c0 <= 127 && c1 >= -128 && c1 <= 127 && high(c0) + high(c1) <= 32767 &&
+           low(c0) + low(c1) >= -32768;
+}
+static_assert(PairFits(kYLow, kRedV) && PairFits(kYLow, kGreenU) && PairFits(0, kGreenV) &&
+                  PairFits(kYLow, kBlueU),
+              "");
+
+// Low byte times C0 plus high byte times C1 in each 16-bit lane, bytes unsigned and
+// coefficients signed; the sums above never saturate, so the portable form is the same.
+template <int C0, int C1>
+HWY_INLINE V16 MulAddBytes(V16 pairs) {
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+    const V16 c = hn::Set(D16(), static_cast<uint16_t>((C1 << 8) | (C0 & 0xFF)));
+    return V16{_mm512_maddubs_epi16(pairs.raw, c.raw)};
+#elif HWY_TARGET == HWY_AVX2
+    const V16 c = hn::Set(D16(), static_cast<uint16_t>((C1 << 8) | (C0 & 0xFF)));
+    return V16{_mm256_maddubs_epi16(pairs.raw, c.raw)};
+#elif HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_SSSE3
+    const V16 c = hn::Set(D16(), static_cast<uint16_t>((C1 << 8) | (C0 & 0xFF)));
+    return V16{_mm_maddubs_epi16(pairs.raw, c.raw)};
+#else
+    const D16 dw;
+    const V16 low =
+        hn::Mul(hn::And(pairs, hn::Set(dw, 0xFF)), hn::Set(dw, static_cast<uint16_t>(C0)));
+    return hn::Add(low, hn::Mul(hn::ShiftRight<8>(pairs), hn::Set(dw, static_cast<uint16_t>(C1))));
+#endif
 }
 
+// Signed 16-bit lanes of two vectors, clamped to bytes, in order.
+HWY_INLINE V8 PackInOrder(V16 first, V16 second) {
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+    const __m512i packed = _mm512_packus_epi16(first.raw, second.raw);
+    return V8{_mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), packed)};
+#elif HWY_TARGET == HWY_AVX2
+    return V8{_mm256_permute4x64_epi64(_mm256_packus_epi16(first.raw, second.raw), 0xD8)};
+#elif HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_SSSE3
+    return V8{_mm_packus_epi16(first.raw, second.raw)};
+#else
+    const DI16 di;
+    const hn::Half<D8> dh;
+    return hn::Combine(D8(), hn::DemoteTo(dh, hn::BitCast(di, second)),
+                       hn::DemoteTo(dh, hn::BitCast(di, first)));
+#endif
+}
+
+// Where vectors span several 128-bit blocks, the 4:2:2 rows with 32-bit output skip every
+// move across blocks after the load: the byte-pair pack and the interleaving store both
+// work within blocks, so the load permutes the source's 4-pixel quads to make the two
+// reorderings cancel.
+#undef ZN_BLOCKED_422
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+#define ZN_BLOCKED_422 1
+
+// PackBlocks puts in block k of a channel 8 pixels of block k of its first vector, then 8
+// of its second; StoreBlocked4's first store takes the first 4 of each block's first-vector
+// pixels, block by block, its second store the last 4, and the other two the same of the
+// second vector. So block k of each vector must hold the 4-pixel quads k and B + k of its
+// half of the run (B the blocks of a vector): 64-bit quads k and B + k, side by side.
+HWY_INLINE V8 AlternateHalves(V8 v) {
+#if HWY_TARGET == HWY_AVX2
+    return V8{_mm256_permute4x64_epi64(v.raw, 0xD8)};
+#else
+    return V8{_mm512_permutexvar_epi64(_mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7), v.raw)};
+#endif
+}
+
+// Signed 16-bit lanes clamped to bytes, block k holding block k of each vector.
+HWY_INLINE V8 PackBlocks(V16 first, V16 second) {
+#if HWY_TARGET == HWY_AVX2
+    return V8{_mm256_packus_epi16(first.raw, second.raw)};
+#else
+    return V8{_mm512_packus_epi16(first.raw, second.raw)};
+#endif
+}
+
+// Bytes 0 ... 3 of the 32-bit pixels, interleaved within blocks and stored as four vectors.
+HWY_INLINE void StoreBlocked4(D8 d, V8 c0, V8 c1, V8 c2, V8 c3, unsigned char* p) {
+    const hn::Repartition<uint16_t, D8> dw;
+    const hn::Repartition<uint32_t, D8> dq;
+    const size_t n = hn::Lanes(d);
+    const auto low01 = hn::ZipLower(dw, c0, c1), high01 = hn::ZipUpper(dw, c0, c1);
+    const auto low23 = hn::ZipLower(dw, c2, c3), high23 = hn::ZipUpper(dw, c2, c3);
+    hn::StoreU(hn::BitCast(d, hn::ZipLower(dq, low01, low23)), d, p);
+    hn::StoreU(hn::BitCast(d, hn::ZipUpper(dq, low01, low23)), d, p + n);
+    hn::StoreU(hn::BitCast(d, hn::ZipLower(dq, high01, high23)), d, p + 2 * n);
+    hn::StoreU(hn::BitCast(d, hn::ZipUpper(dq, high01, high23)), d, p + 3 * n);
+}
+
+// ColourLoop's loop and filter choice, for the blocked decode and store.
+template <OutputKind Kind, class Filter, class Rows>
+uint32_t BlockedLoop(const Rows& rows, const RowOutput& out, uint32_t width, const Filter& filter) {
+    const D8 d;
+    const size_t n = hn::Lanes(d);
+    const V8 alpha = hn::Set(d, 0xFF);
+    // Local copies: the stores may not alias them, so they stay in registers.
+    const Rows source = rows;
+    unsigned char* const line = out.line;
+    for (size_t i = 0;; i += n) {
+        i = LastVectorAt(i, n, width);
+        V8 r, g, b;
+        source.DecodeBlocked(d, i, r, g, b);
+        filter.Apply(d, r, g, b);
+        if constexpr (Kind == OutputKind::kBGR32) {
+            StoreBlocked4(d, b, g, r, alpha, line + 4 * i);
+        } else {
+            StoreBlocked4(d, r, g, b, alpha, line + 4 * i);
+        }
+        if (i + n == width) break;
+    }
+    return width;
+}
+
+template <OutputKind Kind, class Rows>
+uint32_t BlockedRow(const Rows& rows, const RowOutput& out, uint32_t width) {
+    if (width < hn::Lanes(D8())) return 0;
+    if (out.filter == nullptr) return BlockedLoop<Kind>(rows, out, width, NoFilter());
+    // As ColourLoop: where 256-entry look-ups are slow, the gains beat the tables.
+    if (HWY_TARGET != HWY_AVX3_DL && out.filter->gains != nullptr) {
+        return BlockedLoop<Kind>(rows, out, width, ChannelGains(*out.filter));
+    }
+    return BlockedLoop<Kind>(rows, out, width, ChannelTables(*out.filter));
+}
+#else
+#define ZN_BLOCKED_422 0
+#endif
+
+// Byte indices, within each 16-byte block, of [A, B, C, D] in every 4-byte group.
+template <int A, int B, int C, int D>
+struct GroupBytes {
+    alignas(16) static constexpr uint8_t kIndex[16] = {A,      B,      C,      D,     A + 4, B + 4,
+                                                       C + 4,  D + 4,  A + 8,  B + 8, C + 8, D + 8,
+                                                       A + 12, B + 12, C + 12, D + 12};
+};
+
+// [Y, U] and [Y, V] of each pixel of one vector of 4:2:2 groups, one pixel a 16-bit
+// lane, the group's chroma repeated for both of its pixels.
+struct PairLanes {
+    V16 yu, yv;
+};
+
+// The channels of PairLanes, unclamped (the pack clamps).
+HWY_INLINE V16 Red(const PairLanes& p) {
+    const D16 dw;
+    const V16 low = hn::Add(hn::Add(MulAddBytes<kYLow, kRedV>(p.yv), hn::ShiftRight<9>(p.yv)),
+                            hn::Set(dw, static_cast<uint16_t>(kRedBias)));
+    return hn::Add(hn::Sub(MulAddBytes<1, 2>(p.yv), hn::Set(dw, kHighBias)),
+                   hn::ShiftRight<8>(low));
+}
+HWY_INLINE V16 Green(const PairLanes& p) {
+    const D16 dw;
+    const V16 low =
+        hn::Add(hn::Add(MulAddBytes<kYLow, kGreenU>(p.yu), MulAddBytes<0, kGreenV>(p.yv)),
+                hn::Set(dw, static_cast<uint16_t>(kGreenBias)));
+    return hn::Add(MulAddBytes<1, -1>(p.yv), hn::ShiftRight<8>(low));
+}
+HWY_INLINE V16 Blue(const PairLanes& p) {
+    const D16 dw;
+    const V16 low =
+        hn::Add(MulAddBytes<kYLow, kBlueU>(p.yu), hn::Set(dw, static_cast<uint16_t>(kBlueBias)));
+    return hn::Add(hn::Sub(MulAddBytes<1, 2>(p.yu), hn::Set(dw, kHighBias)),
+                   hn::ShiftRight<8>(low));
+}
+
+// Two pixels a 4-byte group, samples at byte offsets Y0, U, Y1, V.
 template <int Y0, int U, int Y1, int V>
 struct Groups422 {
     const uint8_t* line;
-    HWY_INLINE static GroupPixels Half(V8 groups) {
-        const VU32 x = hn::BitCast(DU32(), groups);
-        const Chroma chroma(hn::Or(ByteOf<U>(x), hn::ShiftLeft<16>(ByteOf<V>(x))));
-        return {Pixel(ByteOf<Y0>(x), chroma), Pixel(ByteOf<Y1>(x), chroma)};
+
+    HWY_INLINE static PairLanes Pairs(V8 groups) {
+        const D8 d;
+        const D16 dw;
+        return {hn::BitCast(dw, hn::TableLookupBytes(
+                                    groups, hn::LoadDup128(d, GroupBytes<Y0, U, Y1, U>::kIndex))),
+                hn::BitCast(dw, hn::TableLookupBytes(
+                                    groups, hn::LoadDup128(d, GroupBytes<Y0, V, Y1, V>::kIndex)))};
     }
+
+    // Two vectors of groups as pixels in order. A channel at a time, for both vectors,
+    // keeps fewer vectors live.
+    HWY_INLINE static void Join(V8 first, V8 second, V8& r, V8& g, V8& b) {
+        const PairLanes a = Pairs(first);
+        const PairLanes c = Pairs(second);
+        r = PackInOrder(Red(a), Red(c));
+        g = PackInOrder(Green(a), Green(c));
+        b = PackInOrder(Blue(a), Blue(c));
+    }
+
     HWY_INLINE void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
-        JoinGroups(Half(hn::LoadU(d, line + 2 * i)),
-                   Half(hn::LoadU(d, line + 2 * i + hn::Lanes(d))), r, g, b);
+        Join(hn::LoadU(d, line + 2 * i), hn::LoadU(d, line + 2 * i + hn::Lanes(d)), r, g, b);
     }
+
+#if ZN_BLOCKED_422
+    // Pixels i ... i + N - 1 in the order StoreBlocked4 puts back in place: each vector's
+    // 4-pixel quads taken from its lower and upper half alternately, then packed within
+    // 128-bit blocks.
+    HWY_INLINE void DecodeBlocked(D8 d, size_t i, V8& r, V8& g, V8& b) const {
+        const PairLanes a = Pairs(AlternateHalves(hn::LoadU(d, line + 2 * i)));
+        const PairLanes c = Pairs(AlternateHalves(hn::LoadU(d, line + 2 * i + hn::Lanes(d))));
+        r = PackBlocks(Red(a), Red(c));
+        g = PackBlocks(Green(a), Green(c));
+        b = PackBlocks(Blue(a), Blue(c));
+    }
+#endif
 };
 
 // Y0 U Y1 V in words, shifted right; a sample above 255 after the shift is full scale.
@@ -192,9 +402,9 @@ struct WordGroups {
         const D16 dw;
         const size_t n = hn::Lanes(dw);
         const uint16_t* p = reinterpret_cast<const uint16_t*>(line) + 2 * i;
-        using Groups = Groups422<0, 1, 2, 3>;
-        JoinGroups(Groups::Half(LowBytes(d, Eight(dw, p), Eight(dw, p + n))),
-                   Groups::Half(LowBytes(d, Eight(dw, p + 2 * n), Eight(dw, p + 3 * n))), r, g, b);
+        Groups422<0, 1, 2, 3>::Join(LowBytes(d, Eight(dw, p), Eight(dw, p + n)),
+                                    LowBytes(d, Eight(dw, p + 2 * n), Eight(dw, p + 3 * n)), r, g,
+                                    b);
     }
 };
 
@@ -226,15 +436,26 @@ uint32_t Groups(Rows rows, const RowOutput& out, uint32_t groups, uint32_t pixel
     return ColourRow(rows, out, groups * pixelsPerGroup) / pixelsPerGroup;
 }
 
+template <class Rows>
+uint32_t Rows422(Rows rows, const RowOutput& out, uint32_t groups) {
+#if ZN_BLOCKED_422
+    if (out.kind == OutputKind::kBGR32)
+        return BlockedRow<OutputKind::kBGR32>(rows, out, 2 * groups) / 2;
+    if (out.kind == OutputKind::kRGB32)
+        return BlockedRow<OutputKind::kRGB32>(rows, out, 2 * groups) / 2;
+#endif
+    return Groups(rows, out, groups, 2);
+}
+
 }  // namespace
 
 uint32_t YUVRow(YUVLayout layout, const RowSource& source, const RowOutput& out, uint32_t groups) {
     const uint8_t* line = source.line;
     switch (layout) {
         case YUVLayout::k422:
-            return Groups(Groups422<0, 1, 2, 3>{line}, out, groups, 2);
+            return Rows422(Groups422<0, 1, 2, 3>{line}, out, groups);
         case YUVLayout::k422GEV:
-            return Groups(Groups422<1, 0, 3, 2>{line}, out, groups, 2);
+            return Rows422(Groups422<1, 0, 3, 2>{line}, out, groups);
         case YUVLayout::k411:
             return Groups(Decoder<Quads411>{{line}}, out, groups, 4);
         case YUVLayout::k444:
