@@ -105,27 +105,29 @@ HWY_INLINE Roles<V> ByPhase(const Site<V>& green, const Site<V>& other) {
     return Roles<V>{{even.x, odd.x}, {even.g, odd.g}, {even.y, odd.y}};
 }
 
-// Gradient-corrected filters for both phases of a line whose green sites are GreenPhase.
-template <int GreenPhase, class D, class T = hn::TFromD<D>>
-HWY_INLINE Roles<hn::Vec<D>> GradientPairs(D d, const PhaseRow<T>* rows, ptrdiff_t p,
-                                           hn::Vec<D> most) {
-    constexpr int kOther = 1 - GreenPhase;
-    using V = hn::Vec<D>;
-    const Site<V> atGreen = [&] {
-        const Window<D, GreenPhase> w{d, rows, p};
-        const auto c = w.template At<0, 0>();
-        const auto h1 = hn::Add(w.template At<-1, 0>(), w.template At<1, 0>());
-        const auto v1 = hn::Add(w.template At<0, -1>(), w.template At<0, 1>());
-        const auto h2 = hn::Add(w.template At<-2, 0>(), w.template At<2, 0>());
-        const auto v2 = hn::Add(w.template At<0, -2>(), w.template At<0, 2>());
-        const auto diag = hn::Add(hn::Add(w.template At<-1, -1>(), w.template At<1, -1>()),
-                                  hn::Add(w.template At<-1, 1>(), w.template At<1, 1>()));
-        const auto base = hn::Sub(Times<10>(c), Times<2>(diag));
-        return Site<V>{
-            Finish<4>(d, hn::Add(hn::Sub(hn::Add(base, Times<8>(h1)), Times<2>(h2)), v2), most), c,
+// Gradient-corrected filters at the green sites of a line (Phase): the colour sharing the
+// line along it, the other across it.
+template <int Phase, class D, class T = hn::TFromD<D>>
+HWY_INLINE Site<hn::Vec<D>> GradientAtGreen(D d, const PhaseRow<T>* rows, ptrdiff_t p,
+                                            hn::Vec<D> most) {
+    const Window<D, Phase> w{d, rows, p};
+    const auto c = w.template At<0, 0>();
+    const auto h1 = hn::Add(w.template At<-1, 0>(), w.template At<1, 0>());
+    const auto v1 = hn::Add(w.template At<0, -1>(), w.template At<0, 1>());
+    const auto h2 = hn::Add(w.template At<-2, 0>(), w.template At<2, 0>());
+    const auto v2 = hn::Add(w.template At<0, -2>(), w.template At<0, 2>());
+    const auto diag = hn::Add(hn::Add(w.template At<-1, -1>(), w.template At<1, -1>()),
+                              hn::Add(w.template At<-1, 1>(), w.template At<1, 1>()));
+    const auto base = hn::Sub(Times<10>(c), Times<2>(diag));
+    return {Finish<4>(d, hn::Add(hn::Sub(hn::Add(base, Times<8>(h1)), Times<2>(h2)), v2), most), c,
             Finish<4>(d, hn::Add(hn::Sub(hn::Add(base, Times<8>(v1)), Times<2>(v2)), h2), most)};
-    }();
-    const Window<D, kOther> w{d, rows, p};
+}
+
+// ... and at its red or blue sites: green, and the opposite colour from the diagonals.
+template <int Phase, class D, class T = hn::TFromD<D>>
+HWY_INLINE Site<hn::Vec<D>> GradientAtOther(D d, const PhaseRow<T>* rows, ptrdiff_t p,
+                                            hn::Vec<D> most) {
+    const Window<D, Phase> w{d, rows, p};
     const auto c = w.template At<0, 0>();
     const auto cross1 = hn::Add(hn::Add(w.template At<-1, 0>(), w.template At<1, 0>()),
                                 hn::Add(w.template At<0, -1>(), w.template At<0, 1>()));
@@ -133,10 +135,16 @@ HWY_INLINE Roles<hn::Vec<D>> GradientPairs(D d, const PhaseRow<T>* rows, ptrdiff
                                 hn::Add(w.template At<0, -2>(), w.template At<0, 2>()));
     const auto diag = hn::Add(hn::Add(w.template At<-1, -1>(), w.template At<1, -1>()),
                               hn::Add(w.template At<-1, 1>(), w.template At<1, 1>()));
-    const Site<V> atOther{
-        c, Finish<3>(d, hn::Sub(hn::Add(Times<4>(c), Times<2>(cross1)), cross2), most),
-        Finish<4>(d, hn::Sub(hn::Add(Times<12>(c), Times<4>(diag)), Times<3>(cross2)), most)};
-    return ByPhase<GreenPhase>(atGreen, atOther);
+    return {c, Finish<3>(d, hn::Sub(hn::Add(Times<4>(c), Times<2>(cross1)), cross2), most),
+            Finish<4>(d, hn::Sub(hn::Add(Times<12>(c), Times<4>(diag)), Times<3>(cross2)), most)};
+}
+
+// Gradient-corrected filters for both phases of a line whose green sites are GreenPhase.
+template <int GreenPhase, class D, class T = hn::TFromD<D>>
+HWY_INLINE Roles<hn::Vec<D>> GradientPairs(D d, const PhaseRow<T>* rows, ptrdiff_t p,
+                                           hn::Vec<D> most) {
+    return ByPhase<GreenPhase>(GradientAtGreen<GreenPhase>(d, rows, p, most),
+                               GradientAtOther<1 - GreenPhase>(d, rows, p, most));
 }
 
 // Green at the non-green sites of a mosaic line: along the direction whose gradient is
@@ -159,35 +167,41 @@ HWY_INLINE hn::Vec<D> EdgeGreen(D d, const PhaseRow<T>* rows, ptrdiff_t p, hn::V
     return Finish<3>(d, sum, most);
 }
 
-// Red and blue of a line from green and the colour differences around each pixel;
-// rows and greens are centred at [2].
-template <int GreenPhase, class D, class T = hn::TFromD<D>>
-HWY_INLINE Roles<hn::Vec<D>> EdgePairs(D d, const PhaseRow<T>* rows, const PhaseRow<T>* greens,
-                                       ptrdiff_t p, hn::Vec<D> most) {
-    constexpr int kOther = 1 - GreenPhase;
-    using V = hn::Vec<D>;
-    const Site<V> atGreen = [&] {
-        const Window<D, GreenPhase> m{d, rows, p};
-        const Window<D, GreenPhase> g{d, greens, p};
-        const auto c = m.template At<0, 0>();
-        const auto c2 = hn::Add(c, c);
-        const auto along = hn::Add(hn::Sub(m.template At<-1, 0>(), g.template At<-1, 0>()),
-                                   hn::Sub(m.template At<1, 0>(), g.template At<1, 0>()));
-        const auto across = hn::Add(hn::Sub(m.template At<0, -1>(), g.template At<0, -1>()),
-                                    hn::Sub(m.template At<0, 1>(), g.template At<0, 1>()));
-        return Site<V>{Finish<1>(d, hn::Add(c2, along), most), c,
-                       Finish<1>(d, hn::Add(c2, across), most)};
-    }();
-    const Window<D, kOther> m{d, rows, p};
-    const Window<D, kOther> g{d, greens, p};
+// Red and blue at the green sites of a line (Phase) as green plus the mean colour
+// difference of the two nearest sites of each; rows and greens are centred at [2].
+template <int Phase, class D, class T = hn::TFromD<D>>
+HWY_INLINE Site<hn::Vec<D>> EdgeAtGreen(D d, const PhaseRow<T>* rows, const PhaseRow<T>* greens,
+                                        ptrdiff_t p, hn::Vec<D> most) {
+    const Window<D, Phase> m{d, rows, p};
+    const Window<D, Phase> g{d, greens, p};
+    const auto c = m.template At<0, 0>();
+    const auto c2 = hn::Add(c, c);
+    const auto along = hn::Add(hn::Sub(m.template At<-1, 0>(), g.template At<-1, 0>()),
+                               hn::Sub(m.template At<1, 0>(), g.template At<1, 0>()));
+    const auto across = hn::Add(hn::Sub(m.template At<0, -1>(), g.template At<0, -1>()),
+                                hn::Sub(m.template At<0, 1>(), g.template At<0, 1>()));
+    return {Finish<1>(d, hn::Add(c2, along), most), c, Finish<1>(d, hn::Add(c2, across), most)};
+}
+
+// ... and the opposite colour at its red or blue sites, from the four diagonal differences.
+template <int Phase, class D, class T = hn::TFromD<D>>
+HWY_INLINE Site<hn::Vec<D>> EdgeAtOther(D d, const PhaseRow<T>* rows, const PhaseRow<T>* greens,
+                                        ptrdiff_t p, hn::Vec<D> most) {
+    const Window<D, Phase> m{d, rows, p};
+    const Window<D, Phase> g{d, greens, p};
     const auto green = g.template At<0, 0>();
     const auto diag = hn::Add(hn::Add(hn::Sub(m.template At<-1, -1>(), g.template At<-1, -1>()),
                                       hn::Sub(m.template At<1, -1>(), g.template At<1, -1>())),
                               hn::Add(hn::Sub(m.template At<-1, 1>(), g.template At<-1, 1>()),
                                       hn::Sub(m.template At<1, 1>(), g.template At<1, 1>())));
-    const Site<V> atOther{m.template At<0, 0>(), green,
-                          Finish<2>(d, hn::Add(Times<4>(green), diag), most)};
-    return ByPhase<GreenPhase>(atGreen, atOther);
+    return {m.template At<0, 0>(), green, Finish<2>(d, hn::Add(Times<4>(green), diag), most)};
+}
+
+template <int GreenPhase, class D, class T = hn::TFromD<D>>
+HWY_INLINE Roles<hn::Vec<D>> EdgePairs(D d, const PhaseRow<T>* rows, const PhaseRow<T>* greens,
+                                       ptrdiff_t p, hn::Vec<D> most) {
+    return ByPhase<GreenPhase>(EdgeAtGreen<GreenPhase>(d, rows, greens, p, most),
+                               EdgeAtOther<1 - GreenPhase>(d, rows, greens, p, most));
 }
 
 // Three channel lines in pixel order: bytes for 8-bit outputs, words for 16-bit ones.
@@ -359,24 +373,86 @@ public:
             for (int k = 1; k < 4; ++k) greens[k] = Green(at + k - 2);
         }
         const D d;
-        const size_t n = hn::Lanes(d);
         const V most = hn::Set(d, mMost);
-        const uint32_t bits = mJob.form.bits;
+        if (edge) {
+            return greenEven ? Store(PairsOf<true, 0>{d, rows, greens, most}, xIsRed, y)
+                             : Store(PairsOf<true, 1>{d, rows, greens, most}, xIsRed, y);
+        }
+        return greenEven ? Store(PairsOf<false, 0>{d, rows, greens, most}, xIsRed, y)
+                         : Store(PairsOf<false, 1>{d, rows, greens, most}, xIsRed, y);
+    }
+
+private:
+    // The values of a line's pairs by one method, for one phase of green.
+    template <bool kEdge, int kGreenPhase>
+    struct PairsOf {
+        D d;
+        const PhaseRow<T>* rows;
+        const PhaseRow<T>* greens;
+        V most;
+        HWY_INLINE Roles<V> operator()(ptrdiff_t p) const {
+            if constexpr (kEdge) return EdgePairs<kGreenPhase>(d, rows, greens, p, most);
+            if constexpr (!kEdge) return GradientPairs<kGreenPhase>(d, rows, p, most);
+        }
+    };
+
+    template <class PairsAt>
+    void Store(const PairsAt& pairsAt, bool xIsRed, uint32_t y) {
         const bool wide = Demosaic::IsWide(mJob.store);
+        if constexpr (sizeof(T) == 2) {
+            // 8-bit values of an even number of pixels go straight to the output.
+            if (!wide && mJob.width % 2 == 0) {
+                switch (KindOf(mJob.store)) {
+#define ZN_DIRECT_CASE(kind) \
+    case OutputKind::kind:   \
+        return Direct<OutputKind::kind>(pairsAt, xIsRed, y);
+                    ZN_DIRECT_CASE(kRGB16)
+                    ZN_DIRECT_CASE(kRGB24)
+                    ZN_DIRECT_CASE(kBGR24)
+                    ZN_DIRECT_CASE(kRGB32)
+                    ZN_DIRECT_CASE(kBGR32)
+                    ZN_DIRECT_CASE(kPlanar24)
+#undef ZN_DIRECT_CASE
+                    default:
+                        break;
+                }
+            }
+        }
+        const D d;
+        const size_t n = hn::Lanes(d);
         for (size_t p = 0;; p += n) {
             p = LastVectorAt(p, n, mPairs);
             const ptrdiff_t q = static_cast<ptrdiff_t>(p);
-            const Roles<V> v = edge        ? (greenEven ? EdgePairs<0>(d, rows, greens, q, most)
-                                                        : EdgePairs<1>(d, rows, greens, q, most))
-                               : greenEven ? GradientPairs<0>(d, rows, q, most)
-                                           : GradientPairs<1>(d, rows, q, most);
-            PutRoles(d, v, xIsRed, bits, wide, mChannels, q);
+            PutRoles(d, pairsAt(q), xIsRed, mJob.form.bits, wide, mChannels, q);
             if (p + n == mPairs) break;
         }
         StoreLine(mJob, mChannels, y);
     }
 
-private:
+    // Pairs p ... p + N - 1 are pixels 2p ... 2p + 2N - 1 of the output line: with an even
+    // width the last vector of pairs ends at the line end too.
+    template <OutputKind Kind, class PairsAt>
+    void Direct(const PairsAt& pairsAt, bool xIsRed, uint32_t y) {
+        const D d;
+        const D8 d8;
+        const hn::RebindToUnsigned<D> du;
+        const auto join = [&](V even, V odd) {
+            return hn::BitCast(
+                d8, hn::Or(hn::BitCast(du, even), hn::ShiftLeft<8>(hn::BitCast(du, odd))));
+        };
+        const RowOutput out{mJob.destination + y * mJob.destinationStride,
+                            Demosaic::PlaneSize(mJob), Kind, nullptr};
+        const size_t n = hn::Lanes(d);
+        for (size_t p = 0;; p += n) {
+            p = LastVectorAt(p, n, mPairs);
+            const Roles<V> v = pairsAt(static_cast<ptrdiff_t>(p));
+            const V8 x = join(v.x[0], v.x[1]), g = join(v.g[0], v.g[1]),
+                     other = join(v.y[0], v.y[1]);
+            ColourStore<Kind>::Put(d8, out, 2 * p, xIsRed ? x : other, g, xIsRed ? other : x);
+            if (p + n == mPairs) break;
+        }
+    }
+
     static constexpr size_t kMosaicRows = 8;  // a line's rule reaches 3 mosaic lines away
     static constexpr size_t kGreenRows = 4;
 
