@@ -196,14 +196,17 @@ static_assert(PairFits(kYLow, kRedV) && PairFits(kYLow, kGreenU) && PairFits(0, 
 // coefficients signed; the sums above never saturate, so the portable form is the same.
 template <int C0, int C1>
 HWY_INLINE V16 MulAddBytes(V16 pairs) {
+    // The two coefficients' bytes side by side (a negative one by its two's complement).
+    constexpr uint16_t kPair = static_cast<uint16_t>(((C1 & 0xFF) << 8) | (C0 & 0xFF));
+    (void)kPair;
 #if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
-    const V16 c = hn::Set(D16(), static_cast<uint16_t>((C1 << 8) | (C0 & 0xFF)));
+    const V16 c = hn::Set(D16(), kPair);
     return V16{_mm512_maddubs_epi16(pairs.raw, c.raw)};
 #elif HWY_TARGET == HWY_AVX2
-    const V16 c = hn::Set(D16(), static_cast<uint16_t>((C1 << 8) | (C0 & 0xFF)));
+    const V16 c = hn::Set(D16(), kPair);
     return V16{_mm256_maddubs_epi16(pairs.raw, c.raw)};
 #elif HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_SSSE3
-    const V16 c = hn::Set(D16(), static_cast<uint16_t>((C1 << 8) | (C0 & 0xFF)));
+    const V16 c = hn::Set(D16(), kPair);
     return V16{_mm_maddubs_epi16(pairs.raw, c.raw)};
 #else
     const D16 dw;
