@@ -39,6 +39,7 @@ public:
         ConvertOptions options;
         options.bayerTile = kTiles[BayerDetail::PatternFromFlags(flags)];
         options.demosaic = mMethod;
+        options.secondFieldFirst = (flags & 0x1) != 0;  // interlaced mosaics are unpacked first
         options.filter = filter;
         // Like the registered converters, these trust the caller's buffers; the frame
         // API still checks the geometry.

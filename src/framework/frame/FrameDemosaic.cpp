@@ -74,7 +74,8 @@ bool MosaicOf(const PixelConverter& converter, Mosaic& mosaic) {
     const uint32_t bits = MosaicBits(mosaic.type);
     const bool words = demosaic->GetSourcePixelSize() == 2;
     if (bits == 0 || words != (bits > 8) ||
-        PixelTypeBits::Has(mosaic.type, PixelTypeBits::kTapLayoutMask | PixelTypeBits::kPacked)) {
+        PixelTypeBits::Has(mosaic.type, PixelTypeBits::kTapLayoutMask | PixelTypeBits::kPacked |
+                                            PixelTypeBits::kInterlaced)) {
         return false;
     }
     const bool normalized = PixelTypeBits::Has(mosaic.type, PixelTypeBits::kNormalized);

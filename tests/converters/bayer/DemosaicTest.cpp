@@ -319,7 +319,7 @@ TEST_F(DemosaicTest, UnpackedLayoutsDemosaicAsTheirMosaic) {
     }
 }
 
-// Converter objects give the frame API's bytes, with the tile from the flags and the
+// Converter objects give the frame API's bytes, with the tile and field order from the flags and the
 // strides from the paddings, and leave the registry as it is.
 TEST_F(DemosaicTest, ConverterObjectsGiveTheFrameApisBytes) {
     const auto pairCount = [] {
@@ -339,10 +339,11 @@ TEST_F(DemosaicTest, ConverterObjectsGiveTheFrameApisBytes) {
         const RGBFilter* filter;
     };
     std::mt19937 random(9);
-    const uint32_t width = 72, height = 5, sourcePadding = 3, destinationPadding = 5;
+    const uint32_t width = 72, height = 6, sourcePadding = 3, destinationPadding = 5;
     for (const Case& c : {Case{kBayer8, 0x20007, kBayerTileRGGB | 0x100, nullptr},
                           Case{0x20012, 0x820002, kBayerTileGBRG, &filter},
-                          Case{kPixelTypeBayer10p, kPixelTypeBGR48, 0, nullptr}}) {
+                          Case{kPixelTypeBayer10p, kPixelTypeBGR48, 0, nullptr},
+                          Case{0x220011, kRGB24, kBayerTileBGGR | 0x1, nullptr}}) {
         for (DemosaicMethod method : kMethods) {
             const auto converter = CreateDemosaicConverter(c.from, c.to, method);
             ASSERT_NE(converter, nullptr);
@@ -362,6 +363,7 @@ TEST_F(DemosaicTest, ConverterObjectsGiveTheFrameApisBytes) {
             ConvertOptions options;
             options.bayerTile = c.flags & 0xF0 ? c.flags & 0xF0 : kBayerTileGRBG;
             options.demosaic = method;
+            options.secondFieldFirst = c.flags & 0x1;
             options.filter = c.filter;
             ASSERT_TRUE(ConvertFrame(
                 {c.from, width, height, sourceStride, in.data(), in.size()},
