@@ -11,6 +11,7 @@
 #include <hwy/highway.h>
 
 #include "converters/bayer/BayerRows.h"
+#include "converters/bayer/BayerRules-inl.h"
 #include "converters/common/ChannelStores-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -41,43 +42,13 @@ struct Line {
     }
 };
 
-// Even and odd columns of a vector of samples.
-struct Columns {
-    V16 even, odd;
-};
-HWY_INLINE Columns Split(V8 x) {
-    const D16 dw;
-    const V16 w = hn::BitCast(dw, x);
-    return {hn::And(w, hn::Set(dw, 0x00FF)), hn::ShiftRight<8>(w)};
-}
+using BayerRules::BlockColourOf;
+using BayerRules::InterpolateOf;
+using Columns = BayerRules::Columns<V16>;
+using Colour16 = BayerRules::Colour<V16>;
 
-struct Colour16 {
-    V16 r, g, b;
-};
-
-HWY_INLINE V16 Mean2(V16 a, V16 b) {
-    return hn::ShiftRight<1>(hn::Add(a, b));
-}
-HWY_INLINE V16 Mean4(V16 a, V16 b, V16 c, V16 d) {
-    return hn::ShiftRight<2>(hn::Add(hn::Add(a, b), hn::Add(c, d)));
-}
-
-template <int Layout>
-HWY_INLINE Colour16 BlockColourOf(const Columns& top, const Columns& bottom) {
-    const V16 t0 = top.even, t1 = top.odd, b0 = bottom.even, b1 = bottom.odd;
-    if constexpr (Layout == kLayoutGRBG) return {t1, Mean2(t0, b1), b0};
-    if constexpr (Layout == kLayoutGBRG) return {b0, Mean2(t0, b1), t1};
-    if constexpr (Layout == kLayoutRGGB) return {t0, Mean2(t1, b0), b1};
-    if constexpr (Layout == kLayoutBGGR) return {b1, Mean2(t1, b0), t0};
-}
-
-template <int Site>
-HWY_INLINE Colour16 InterpolateOf(V16 ul, V16 u, V16 ur, V16 l, V16 p, V16 r, V16 dl, V16 d,
-                                  V16 dr) {
-    if constexpr (Site == kRedSite) return {p, Mean4(u, l, r, d), Mean4(ul, ur, dl, dr)};
-    if constexpr (Site == kGreenSiteOnBlueRow) return {Mean2(u, d), p, Mean2(l, r)};
-    if constexpr (Site == kGreenSiteOnRedRow) return {Mean2(l, r), p, Mean2(u, d)};
-    if constexpr (Site == kBlueSite) return {Mean4(ul, ur, dl, dr), Mean4(u, l, r, d), p};
+HWY_INLINE Columns Split(hn::Vec<hn::Repartition<uint8_t, D16>> x) {
+    return BayerRules::Split(D16(), x);
 }
 
 // Pixels in order from the values of the even (low byte) and odd (high byte) pixels.

@@ -12,6 +12,7 @@
 #include <hwy/highway.h>
 
 #include "converters/bayer/BayerRows.h"
+#include "converters/bayer/BayerRules-inl.h"
 #include "converters/common/ChannelStores-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -38,43 +39,13 @@ struct Line {
     }
 };
 
-// Even and odd columns of a vector of samples.
-struct Columns {
-    V32 even, odd;
-};
-HWY_INLINE Columns Split(V16 x) {
-    const D32 dw;
-    const V32 w = hn::BitCast(dw, x);
-    return {hn::And(w, hn::Set(dw, 0xFFFFu)), hn::ShiftRight<16>(w)};
-}
+using BayerRules::BlockColourOf;
+using BayerRules::InterpolateOf;
+using Columns = BayerRules::Columns<V32>;
+using Colour32 = BayerRules::Colour<V32>;
 
-struct Colour32 {
-    V32 r, g, b;
-};
-
-HWY_INLINE V32 Mean2(V32 a, V32 b) {
-    return hn::ShiftRight<1>(hn::Add(a, b));
-}
-HWY_INLINE V32 Mean4(V32 a, V32 b, V32 c, V32 d) {
-    return hn::ShiftRight<2>(hn::Add(hn::Add(a, b), hn::Add(c, d)));
-}
-
-template <int Layout>
-HWY_INLINE Colour32 BlockColourOf(const Columns& top, const Columns& bottom) {
-    const V32 t0 = top.even, t1 = top.odd, b0 = bottom.even, b1 = bottom.odd;
-    if constexpr (Layout == kLayoutGRBG) return {t1, Mean2(t0, b1), b0};
-    if constexpr (Layout == kLayoutGBRG) return {b0, Mean2(t0, b1), t1};
-    if constexpr (Layout == kLayoutRGGB) return {t0, Mean2(t1, b0), b1};
-    if constexpr (Layout == kLayoutBGGR) return {b1, Mean2(t1, b0), t0};
-}
-
-template <int Site>
-HWY_INLINE Colour32 InterpolateOf(V32 ul, V32 u, V32 ur, V32 l, V32 p, V32 r, V32 dl, V32 d,
-                                  V32 dr) {
-    if constexpr (Site == kRedSite) return {p, Mean4(u, l, r, d), Mean4(ul, ur, dl, dr)};
-    if constexpr (Site == kGreenSiteOnBlueRow) return {Mean2(u, d), p, Mean2(l, r)};
-    if constexpr (Site == kGreenSiteOnRedRow) return {Mean2(l, r), p, Mean2(u, d)};
-    if constexpr (Site == kBlueSite) return {Mean4(ul, ur, dl, dr), Mean4(u, l, r, d), p};
+HWY_INLINE Columns Split(hn::Vec<hn::Repartition<uint16_t, D32>> x) {
+    return BayerRules::Split(D32(), x);
 }
 
 // Pixels in order from the values of the even (low half) and odd (high half) pixels,
