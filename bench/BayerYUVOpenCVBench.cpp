@@ -11,6 +11,7 @@
 #include <random>
 #include <vector>
 
+#include "BenchTargets.h"
 #include "ZnConvertersLib/Frame.h"
 #include "converters/bayer/BayerConverters.h"
 #include "converters/yuv/YUVConverters.h"
@@ -248,4 +249,4 @@ BENCHMARK(OpenCV_YUV444ToRGB);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+ZN_BENCHMARK_MAIN_WITH_TARGET()

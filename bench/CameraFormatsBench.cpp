@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "BenchTargets.h"
 #include "ZnConvertersLib/Frame.h"
 #include "ZnConvertersLib/Pfnc.h"
 #include "ZnConvertersLib/PixelTypeFactory.h"
@@ -88,4 +89,4 @@ const int kRegistered = [] {
 
 }  // namespace
 
-BENCHMARK_MAIN();
+ZN_BENCHMARK_MAIN_WITH_TARGET()

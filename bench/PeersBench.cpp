@@ -27,6 +27,7 @@
 #include <string>
 #include <vector>
 
+#include "BenchTargets.h"
 #include "ZnConvertersLib/PixelConverter.h"
 #include "ZnConvertersLib/PixelTypeFactory.h"
 #include "ZnConvertersLib/RGBFilter.h"
@@ -304,23 +305,10 @@ void PrintTable(const TableReporter& table, bool markdown) {
     if (!markdown) std::printf("(MPix/s)\n");
 }
 
-bool UseTargetNamed(const char* name) {
-    std::string known;
-    for (int64_t target : KernelChoice::AvailableTargets()) {
-        if (KernelChoice::TargetName(target) == name) {
-            KernelChoice::UseOnlyTargetForTest(target);
-            return true;
-        }
-        known += " " + KernelChoice::TargetName(target);
-    }
-    std::fprintf(stderr, "target %s is not available here; this CPU has:%s\n", name,
-                 known.c_str());
-    return false;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (!ZnBench::TakeTargetOption(argc, argv)) return 2;
     bool quick = false, markdown = false;
     std::vector<char*> args;
     for (int i = 0; i < argc; ++i) {
@@ -328,8 +316,6 @@ int main(int argc, char** argv) {
             quick = true;
         } else if (std::strcmp(argv[i], "--markdown") == 0) {
             markdown = true;
-        } else if (std::strcmp(argv[i], "--target") == 0 && i + 1 < argc) {
-            if (!UseTargetNamed(argv[++i])) return 2;
         } else {
             args.push_back(argv[i]);
         }
