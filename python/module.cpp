@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "NameMatch.h"
 #include "ZnConvertersLib/Bayer.h"
 #include "ZnConvertersLib/Frame.h"
 #include "ZnConvertersLib/Pfnc.h"
@@ -38,18 +39,7 @@ std::string Hex(uint64_t value) {
     return text;
 }
 
-// Letters and digits only, lower case: "bayer rgb8 bits" finds "Bayer RGB8-bits".
-std::string Normalize(const std::string& text) {
-    std::string out;
-    for (char c : text) {
-        if (c >= 'A' && c <= 'Z') {
-            out += static_cast<char>(c - 'A' + 'a');
-        } else if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9')) {
-            out += c;
-        }
-    }
-    return out;
-}
+using ZnTools::NormalizeName;
 
 // The registry's pairs and registered types. Enumerating the registry walks its map from
 // the start for every index, so the list is kept and rebuilt only when the registry
@@ -158,9 +148,9 @@ Format FormatFromName(const std::string& name, const char* role) {
         if (name == PixelTypeFactory::GetPixelTypeName(id)) matches.push_back(id);
     }
     if (unique(matches)) return Format{matches.front(), 0, nullptr};
-    const std::string wanted = Normalize(name);
+    const std::string wanted = NormalizeName(name);
     for (int64 id : catalogue.types) {
-        if (!wanted.empty() && Normalize(PixelTypeFactory::GetPixelTypeName(id)) == wanted) {
+        if (!wanted.empty() && NormalizeName(PixelTypeFactory::GetPixelTypeName(id)) == wanted) {
             matches.push_back(id);
         }
     }
@@ -184,9 +174,9 @@ uint32_t ParseTile(const py::handle& pattern) {
     if (!py::isinstance<py::str>(pattern)) {
         throw py::type_error("pattern must be a str such as 'RGGB', not " + TypeNameOf(pattern));
     }
-    const std::string name = Normalize(pattern.cast<std::string>());
+    const std::string name = NormalizeName(pattern.cast<std::string>());
     for (uint32_t tile : {kBayerTileGRBG, kBayerTileGBRG, kBayerTileRGGB, kBayerTileBGGR}) {
-        if (name == Normalize(TileName(tile))) return tile;
+        if (name == NormalizeName(TileName(tile))) return tile;
     }
     throw py::value_error("pattern must be one of 'GRBG', 'GBRG', 'RGGB', 'BGGR', not '" +
                           pattern.cast<std::string>() + "'");

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "Errors.h"
+#include "NameMatch.h"
 #include "ZnConvertersLib/ComplexConverter.h"
 #include "ZnConvertersLib/Pfnc.h"
 #include "ZnConvertersLib/PixelConverter.h"
@@ -23,18 +24,7 @@ using ZnConvertersLib::PixelTypeFactory;
 
 namespace {
 
-// Lower-case letters and digits only, so "bayer rgb8 bits" finds "Bayer RGB8-bits".
-std::string Normalize(const std::string& text) {
-    std::string out;
-    for (char c : text) {
-        if (c >= 'A' && c <= 'Z') {
-            out += static_cast<char>(c - 'A' + 'a');
-        } else if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9')) {
-            out += c;
-        }
-    }
-    return out;
-}
+using ZnTools::NormalizeName;
 
 std::string Trim(const std::string& text) {
     const size_t first = text.find_first_not_of(" \t");
@@ -179,10 +169,10 @@ ResolvedType TypeCatalogue::Resolve(const std::string& rawText, const char* role
     }
     if (unique(matches)) return ResolvedType{matches.front()};
     if (const PfncFormat* format = FindPfncFormat(text.c_str())) return camera(*format);
-    const std::string wanted = Normalize(text);
+    const std::string wanted = NormalizeName(text);
     for (int64 candidate : mRegistered) {
-        if (!wanted.empty() && (Normalize(RegisteredName(candidate)) == wanted ||
-                                Normalize(UniqueName(candidate)) == wanted)) {
+        if (!wanted.empty() && (NormalizeName(RegisteredName(candidate)) == wanted ||
+                                NormalizeName(UniqueName(candidate)) == wanted)) {
             matches.push_back(candidate);
         }
     }
@@ -193,7 +183,7 @@ ResolvedType TypeCatalogue::Resolve(const std::string& rawText, const char* role
     std::string suggestion;
     int shown = 0;
     for (int64 candidate : mRegistered) {
-        const std::string name = Normalize(RegisteredName(candidate));
+        const std::string name = NormalizeName(RegisteredName(candidate));
         if (!wanted.empty() && name.find(wanted) != std::string::npos && shown < 3) {
             suggestion += (shown++ == 0 ? "; did you mean " : " or ");
             suggestion += "'" + std::string(RegisteredName(candidate)) + "'";
