@@ -53,7 +53,7 @@ public:
             mQuarter[k] = _mm512_loadu_si512(reinterpret_cast<const void*>(table + 64 * k));
         }
     }
-    V8 Apply(D8, V8 index) const {
+    HWY_INLINE V8 Apply(D8, V8 index) const {
         const __m512i low = _mm512_permutex2var_epi8(mQuarter[0], index.raw, mQuarter[1]);
         const __m512i high = _mm512_permutex2var_epi8(mQuarter[2], index.raw, mQuarter[3]);
         return V8{_mm512_mask_blend_epi8(_mm512_movepi8_mask(index.raw), low, high)};
@@ -70,7 +70,7 @@ private:
 class Table256 {
 public:
     explicit Table256(const uint8_t* table) : mTable(table) {}
-    V8 Apply(D8, V8 index) const {
+    HWY_INLINE V8 Apply(D8, V8 index) const {
         const uint8x16_t i = index.raw;
         const uint8x16_t q = vdupq_n_u8(64);
         uint8x16_t r = vqtbl4q_u8(vld1q_u8_x4(mTable), i);
@@ -107,7 +107,7 @@ public:
             }
         }
     }
-    V8 Apply(D8 d, V8 index) const {
+    HWY_INLINE V8 Apply(D8 d, V8 index) const {
         const V8 step = hn::Set(d, 16);
         V8 low = index;
         V8 high = hn::Xor(index, hn::Set(d, 0x80));
@@ -141,7 +141,7 @@ public:
     template <class Source>
     FilterChannels(const Source& red, const Source& green, const Source& blue)
         : mRed(red), mGreen(green), mBlue(blue) {}
-    void Apply(D8 d, V8& r, V8& g, V8& b) const {
+    HWY_INLINE void Apply(D8 d, V8& r, V8& g, V8& b) const {
         r = mRed.Apply(d, r);
         g = mGreen.Apply(d, g);
         b = mBlue.Apply(d, b);
@@ -170,7 +170,7 @@ public:
         for (int k = 0; k < 32; ++k) mLessOne[k] = gain.lessOne[k];
     }
 
-    V8 Apply(D8 d, V8 v) const {
+    HWY_INLINE V8 Apply(D8 d, V8 v) const {
         if (mUnity) return v;
         const D16 dw;
         const hn::Half<D8> dh;
@@ -186,7 +186,7 @@ private:
     using D16 = hn::RepartitionToWide<D8>;
     using V16 = hn::Vec<D16>;
 
-    V16 Scale(D16 dw, V16 x) const {
+    HWY_INLINE V16 Scale(D16 dw, V16 x) const {
         const V16 whole = hn::Mul(x, hn::Set(dw, mWhole));
         const V16 fraction = hn::MulHigh(x, hn::Set(dw, mFraction));
         const V16 sum = hn::SaturatedAdd(hn::SaturatedAdd(whole, fraction), hn::Set(dw, mOffset));
@@ -196,7 +196,7 @@ private:
     // 1 where the map's bit for the value is set: its byte (value / 8, one of 32) from the
     // map's two 16-byte halves, a shuffle that reads 0 for an index with its top bit set
     // keeping each half to its own values; then the value's bit of that byte.
-    V8 LessOne(D8 d, V8 v) const {
+    HWY_INLINE V8 LessOne(D8 d, V8 v) const {
         const V8 top = hn::Set(d, 0x80);
         const V8 byteIndex = hn::And(hn::ShiftRight<3>(v), hn::Set(d, 15));
         const V8 upper = hn::And(v, top);
