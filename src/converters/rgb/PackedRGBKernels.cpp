@@ -210,6 +210,19 @@ HWY_INLINE void Compact256(const uint8_t* s, uint8_t* o) {
     _mm256_storeu_si256(v + 2, _mm256_blend_epi32(t[2], t[3], 0xFC));
 }
 
+// Groups of n pixels over a line of at least n, the last one ending at the line end. Two
+// groups an iteration keep the loop's own work small beside the memory traffic.
+template <class Group>
+HWY_INLINE void ForEachGroup(size_t width, size_t n, const Group& group) {
+    size_t i = 0;
+    for (; i + 2 * n <= width; i += 2 * n) {
+        group(i);
+        group(i + n);
+    }
+    for (; i + n <= width; i += n) group(i);
+    if (i != width) group(width - n);
+}
+
 template <class Plan, size_t... V>
 uint32_t SwapRow256(const uint8_t* source, uint8_t* out, uint32_t width,
                     std::index_sequence<V...>) {
@@ -230,14 +243,7 @@ uint32_t SwapRow256(const uint8_t* source, uint8_t* out, uint32_t width,
             (SwapVector256<Plan, V>(s, o, indexA, indexB, alpha), ...);
         }
     };
-    // Two groups an iteration keep the loop's own work small beside the memory traffic.
-    size_t i = 0;
-    for (; i + 2 * n <= width; i += 2 * n) {
-        group(i);
-        group(i + n);
-    }
-    for (; i + n <= width; i += n) group(i);
-    if (i != width) group(width - n);
+    ForEachGroup(width, n, group);
     return width;
 }
 
@@ -312,14 +318,7 @@ uint32_t SwapRow(const uint8_t* source, uint8_t* out, uint32_t width, std::index
         uint8_t* o = out + Plan::kOutBytes * i;
         (_mm512_storeu_si512(o + 64 * V, SwapVector512<Plan, V>(s, index)), ...);
     };
-    // Two groups an iteration keep the loop's own work small beside the memory traffic.
-    size_t i = 0;
-    for (; i + 2 * n <= width; i += 2 * n) {
-        group(i);
-        group(i + n);
-    }
-    for (; i + n <= width; i += n) group(i);
-    if (i != width) group(width - n);
+    ForEachGroup(width, n, group);
     return width;
 }
 
