@@ -40,7 +40,7 @@ bool FitGain(double multiplier, unsigned short offset, const uint8_t* table8, Ch
         for (uint32_t i = 0; i < 256 && fits; ++i) {
             const uint32_t computed = ApplyGain(gain, i);
             if (computed == table8[i] + 1u) {
-                gain.lessOne[i >> 3] = static_cast<uint8_t>(gain.lessOne[i >> 3] | (1u << (i & 7)));
+                SetLessOne(gain.lessOne, i);
                 gain.anyLessOne = true;
             } else {
                 fits = computed == table8[i];

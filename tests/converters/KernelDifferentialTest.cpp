@@ -57,7 +57,8 @@ const RGBFilter* Filter(int variant) {
         nullptr,
         [] {
             auto* f = new RGBFilter(8);
-            f->SetMultipliers(1.3, 0.9, 1.7, 3, 0, 11);
+            // Each form of gain: 1.x with one-less entries, below one, with an offset.
+            f->SetMultipliers(1.4, 0.9, 1.7, 0, 0, 11);
             return f;
         }(),
         [] {

@@ -155,6 +155,22 @@ inline FilterChannels<Table256> ChannelTables(const FilterTables8& tables) {
     return {tables.red, tables.green, tables.blue};
 }
 
+// Bytes of 16-bit lanes (each at most 32767), saturated to 255, in the order
+// InterleaveLower/Upper took them apart: x86's pack, like its unpacks, works within
+// 128-bit blocks, so the pair costs one instruction each way and no lane crossing.
+#if HWY_ARCH_X86
+template <class V16>
+HWY_INLINE V8 PackBlocks(D8, V16 low, V16 high) {
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+    return V8{_mm512_packus_epi16(low.raw, high.raw)};
+#elif HWY_TARGET == HWY_AVX2
+    return V8{_mm256_packus_epi16(low.raw, high.raw)};
+#else
+    return V8{_mm_packus_epi16(low.raw, high.raw)};
+#endif
+}
+#endif
+
 // The three channel gains of a filter whose tables are gains (framework/FilterGains.h):
 // the same bytes as the tables, a few multiplies and shuffles instead of dozens.
 class ChannelGain {
@@ -166,19 +182,26 @@ public:
           mAnyLessOne(gain.anyLessOne),
           // White balance usually leaves green as it is.
           mUnity(gain.whole == 1 && ((255u * gain.fraction) >> 16) == 0 && gain.offset == 0 &&
-                 !gain.anyLessOne) {
-        for (int k = 0; k < 32; ++k) mLessOne[k] = gain.lessOne[k];
-    }
+                 !gain.anyLessOne),
+          mWholeOne(gain.whole == 1 && gain.offset == 0),
+          mLessOne(gain.lessOne) {}
 
     HWY_INLINE V8 Apply(D8 d, V8 v) const {
         if (mUnity) return v;
         const D16 dw;
-        const hn::Half<D8> dh;
+#if HWY_ARCH_X86
+        const V8 zero = hn::Zero(d);
+        const V8 scaled = PackBlocks(d, Scale(dw, hn::BitCast(dw, hn::InterleaveLower(d, v, zero))),
+                                     Scale(dw, hn::BitCast(dw, hn::InterleaveUpper(d, v, zero))));
+#else
         // Both halves widened in lane order; the low bytes of the results, concatenated,
         // are the channel again.
-        const V16 low = Scale(dw, hn::PromoteTo(dw, hn::LowerHalf(dh, v)));
-        const V16 high = Scale(dw, hn::PromoteTo(dw, hn::UpperHalf(dh, v)));
+        const hn::Half<D8> dh;
+        const V16 most = hn::Set(dw, 255);
+        const V16 low = hn::Min(Scale(dw, hn::PromoteTo(dw, hn::LowerHalf(dh, v))), most);
+        const V16 high = hn::Min(Scale(dw, hn::PromoteTo(dw, hn::UpperHalf(dh, v))), most);
         const V8 scaled = hn::ConcatEven(d, hn::BitCast(d, high), hn::BitCast(d, low));
+#endif
         return mAnyLessOne ? hn::Sub(scaled, LessOne(d, v)) : scaled;
     }
 
@@ -186,34 +209,34 @@ private:
     using D16 = hn::RepartitionToWide<D8>;
     using V16 = hn::Vec<D16>;
 
+    // At most 32767, so that packing saturates it to the byte the table holds.
     HWY_INLINE V16 Scale(D16 dw, V16 x) const {
-        const V16 whole = hn::Mul(x, hn::Set(dw, mWhole));
         const V16 fraction = hn::MulHigh(x, hn::Set(dw, mFraction));
+        // Gains of 1.x without an offset, the usual white balance: at most 509.
+        if (mWholeOne) return hn::Add(x, fraction);
+        const V16 whole = hn::Mul(x, hn::Set(dw, mWhole));
         const V16 sum = hn::SaturatedAdd(hn::SaturatedAdd(whole, fraction), hn::Set(dw, mOffset));
         return hn::Min(sum, hn::Set(dw, 255));
     }
 
-    // 1 where the map's bit for the value is set: its byte (value / 8, one of 32) from the
-    // map's two 16-byte halves, a shuffle that reads 0 for an index with its top bit set
-    // keeping each half to its own values; then the value's bit of that byte.
+    // 1 where the value's bit is set in the map (FilterGains.h): its byte by the low
+    // nibble from each half (a shuffle reads 0 for an index with its top bit set, which
+    // keeps each half to its own values), its bit by the high nibble.
     HWY_INLINE V8 LessOne(D8 d, V8 v) const {
-        const V8 top = hn::Set(d, 0x80);
-        const V8 byteIndex = hn::And(hn::ShiftRight<3>(v), hn::Set(d, 15));
-        const V8 upper = hn::And(v, top);
-        const V8 fromLow =
-            hn::TableLookupBytesOr0(hn::LoadDup128(d, mLessOne), hn::Or(byteIndex, upper));
-        const V8 fromHigh = hn::TableLookupBytesOr0(hn::LoadDup128(d, mLessOne + 16),
-                                                    hn::Or(byteIndex, hn::Xor(upper, top)));
+        const V8 entry = hn::Or(hn::TableLookupBytesOr0(hn::LoadDup128(d, mLessOne), v),
+                                hn::TableLookupBytesOr0(hn::LoadDup128(d, mLessOne + 16),
+                                                        hn::Xor(v, hn::Set(d, 0x80))));
         alignas(16) static constexpr uint8_t kBits[16] = {1, 2, 4, 8, 16, 32, 64, 128,
                                                           1, 2, 4, 8, 16, 32, 64, 128};
-        const V8 bit = hn::TableLookupBytes(hn::LoadDup128(d, kBits), hn::And(v, hn::Set(d, 7)));
-        return hn::Min(hn::And(hn::Or(fromLow, fromHigh), bit), hn::Set(d, 1));
+        const V8 bit = hn::TableLookupBytes(hn::LoadDup128(d, kBits), hn::ShiftRight<4>(v));
+        return hn::Min(hn::And(entry, bit), hn::Set(d, 1));
     }
 
     uint16_t mWhole, mFraction, mOffset;
     bool mAnyLessOne;
     bool mUnity;
-    HWY_ALIGN uint8_t mLessOne[32];
+    bool mWholeOne;
+    const uint8_t* mLessOne;  // valid for the conversion
 };
 
 inline FilterChannels<ChannelGain> ChannelGains(const FilterTables8& tables) {
