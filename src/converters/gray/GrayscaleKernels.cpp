@@ -103,6 +103,13 @@ struct Packed12 {
     void Decode(D8 d, size_t k, V8& first, V8& second) const {
         V8 b0, b1, b2;
         hn::LoadInterleaved3(d, line + 3 * k, b0, b1, b2);
+        if (shift == 4) {
+            // The top eight of twelve bits, the usual display: straddling two bytes, or
+            // the last byte whole.
+            first = hn::Or(hn::ShiftRight<4>(b0), hn::ShiftLeft<4>(b1));
+            second = b2;
+            return;
+        }
         // Each sample as its low byte and its high nibble.
         first = Samples(d, b0, hn::And(b1, hn::Set(d, 0x0F)));
         second =
@@ -117,11 +124,16 @@ uint32_t PairLoop(const Decoder& decoder, const RowOutput& out, uint32_t pairs) 
     if (pairs < n) return 0;
     for (size_t k = 0;; k += n) {
         k = LastVectorAt(k, n, pairs);
-        V8 first, second, low, high;
+        V8 first, second;
         decoder.Decode(d, k, first, second);
-        InOrder(d, first, second, low, high);
-        GrayStore<Kind>::Put(d, out, 2 * k, low);
-        GrayStore<Kind>::Put(d, out, 2 * k + n, high);
+        if constexpr (Kind == OutputKind::kGray8) {
+            hn::StoreInterleaved2(first, second, d, out.line + 2 * k);
+        } else {
+            V8 low, high;
+            InOrder(d, first, second, low, high);
+            GrayStore<Kind>::Put(d, out, 2 * k, low);
+            GrayStore<Kind>::Put(d, out, 2 * k + n, high);
+        }
         if (k + n == pairs) break;
     }
     return pairs;
