@@ -1,8 +1,10 @@
-// Every registered conversion, run with the plain rows alone and then with the vector rows
-// of every target this CPU supports: the whole destination buffer, sentinels around the
-// image included, must come out byte for byte the same. Frames are random, in many widths
-// (every width up to 67 and three above three vectors of the widest target), odd and even
-// heights, paddings, flags and filters; sources end at the end of a readable page.
+// Every registered conversion, run with the plain rows alone, line by line, and then with
+// the vector rows of every target this CPU supports as a call converts (a continuous frame
+// as one long line where the converter allows): the whole destination buffer, sentinels
+// around the image included, must come out byte for byte the same. Frames are random, in
+// many widths (every width up to 67 and three above three vectors of the widest target),
+// odd and even heights, paddings, flags and filters; sources end at the end of a readable
+// page.
 
 #include <gtest/gtest.h>
 
@@ -18,6 +20,7 @@
 #include "ZnConvertersLib/RGBFilter.h"
 #include "ZnConvertersLib/Types.h"
 #include "converters/common/KernelChoice.h"
+#include "converters/common/KernelSupport.h"
 #include "hwy/targets.h"
 #include "support/PageEndBuffer.h"
 
@@ -36,7 +39,8 @@ constexpr int kShards = 8;
 
 struct Case {
     uint32_t width, height, sourcePadding, destinationPadding, flags;
-    int filter;  // 0: none (the default identity), 1: white balance, 2: random tables
+    int filter;      // 0: none (the default identity), 1: white balance, 2: random tables
+    bool spareLine;  // a destination frame one line taller than the image
 };
 
 struct Pair {
@@ -88,21 +92,34 @@ std::vector<Case> RandomCases(std::mt19937& random) {
         c.destinationPadding = random() % 3 == 0 ? random() % 9 : 0;
         c.flags = (0x10u << (random() % 4)) | (random() % 2 ? 0x100u : 0u) | (random() % 2);
         c.filter = static_cast<int>(random() % 3);
+        c.spareLine = random() % 2;
         cases.push_back(c);
     }
     return cases;
 }
 
+// lineByLine: through the line walk itself, whatever the frame.
 std::vector<unsigned char> Convert(const PixelConverter& converter, const Pair& pair, const Case& c,
-                                   const unsigned char* source) {
+                                   const unsigned char* source, bool lineByLine) {
     const uint32_t planesOut = PixelTypeBits::Has(pair.to, PixelTypeBits::kPlanar) ? 3 : 1;
     const size_t stride = converter.GetDestinationLineSize(c.width) + c.destinationPadding;
     // One spare line: an odd-height Bayer conversion writes the line after the image.
     const size_t image = planesOut * stride * (c.height + 1);
     std::vector<unsigned char> destination(image + 2 * kGuard, 0xA5);
-    converter.ConvertFiltered(Filter(c.filter), source, c.width, c.height,
-                              destination.data() + kGuard, c.width, c.height + 1, c.width, c.height,
-                              c.flags, c.destinationPadding, nullptr, nullptr, c.sourcePadding);
+    const uint32_t destinationHeight = c.spareLine ? c.height + 1 : c.height;
+    if (lineByLine && dynamic_cast<const UnitGranularityConverter*>(&converter) != nullptr) {
+        ConversionContext* context = AcquireConversionContext();
+        context->filter = Filter(c.filter);
+        converter.PixelConverter::Convert(source, c.width, c.height, destination.data() + kGuard,
+                                          c.width, destinationHeight, c.width, c.height, c.flags,
+                                          c.destinationPadding, nullptr, nullptr, c.sourcePadding);
+        ReleaseConversionContext(context);
+    } else {
+        converter.ConvertFiltered(Filter(c.filter), source, c.width, c.height,
+                                  destination.data() + kGuard, c.width, destinationHeight, c.width,
+                                  c.height, c.flags, c.destinationPadding, nullptr, nullptr,
+                                  c.sourcePadding);
+    }
     return destination;
 }
 
@@ -141,20 +158,22 @@ TEST_P(KernelDifferential, EveryTargetGivesThePlainRowsBytes) {
                 source.data()[i] = static_cast<unsigned char>(random());
 
             KernelChoice::UseOnlyTargetForTest(plain);
-            const std::vector<unsigned char> expected = Convert(converter, pair, c, source.data());
+            const std::vector<unsigned char> expected =
+                Convert(converter, pair, c, source.data(), true);
             for (int64_t target : targets) {
                 if (target == plain) continue;
                 KernelChoice::UseOnlyTargetForTest(target);
                 const std::vector<unsigned char> actual =
-                    Convert(converter, pair, c, source.data());
+                    Convert(converter, pair, c, source.data(), false);
                 if (actual != expected) {
                     size_t at = 0;
                     while (actual[at] == expected[at]) ++at;
                     ADD_FAILURE() << std::hex << "0x" << pair.from << " -> 0x" << pair.to
                                   << std::dec << " on " << KernelChoice::TargetName(target)
                                   << ": width " << c.width << " height " << c.height << " paddings "
-                                  << c.sourcePadding << "/" << c.destinationPadding << " flags 0x"
-                                  << std::hex << c.flags << std::dec << " filter " << c.filter
+                                  << c.sourcePadding << "/" << c.destinationPadding
+                                  << (c.spareLine ? " spare line" : "") << " flags 0x" << std::hex
+                                  << c.flags << std::dec << " filter " << c.filter
                                   << ": first difference at byte "
                                   << static_cast<long>(at) - static_cast<long>(kGuard);
                     KernelChoice::UseOnlyTargetForTest(0);

@@ -33,6 +33,7 @@ public:
 
     // 4.5 bytes a pixel, rounded down; the product wraps in 32 bits like the base's.
     uint32_t GetSourceLineSize(uint32_t width) const override { return width * 9u / 2u; }
+    uint32_t IndependentGroup() const override { return 2; }
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {

@@ -60,6 +60,8 @@ public:
     int32_t GetLeftStep() const { return mSteps.left; }
     int32_t GetRightStep() const { return mSteps.right; }
     uint32_t GetSourceShift() const { return mSourceShift; }
+    // Taps put each pixel at a place that depends on the whole line.
+    uint32_t IndependentGroup() const override { return InPixelOrder() ? 1 : 0; }
 
 protected:
     bool InPixelOrder() const { return mSteps.left == 0 && mSteps.right == 0; }
@@ -112,6 +114,8 @@ class Grayscale8SignedTo : public UnitGranularityConverter {
 public:
     using UnitGranularityConverter::UnitGranularityConverter;
 
+    uint32_t IndependentGroup() const override { return 1; }
+
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
         KernelContextScope context;
@@ -133,6 +137,7 @@ public:
     using UnitGranularityConverter::UnitGranularityConverter;
 
     uint32_t GetSourceLineSize(uint32_t width) const override { return width * 3 / 2; }
+    uint32_t IndependentGroup() const override { return 2; }
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
@@ -155,6 +160,7 @@ public:
     using DualTapGrayscaleConverter::DualTapGrayscaleConverter;
 
     uint32_t GetSourceLineSize(uint32_t width) const override { return width * 3 / 2; }
+    uint32_t IndependentGroup() const override { return InPixelOrder() ? 2 : 0; }
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {

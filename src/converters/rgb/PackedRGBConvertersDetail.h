@@ -105,6 +105,7 @@ public:
           mSourceShift(sourceShift) {}
 
     uint32_t GetSourceShift() const { return mSourceShift; }
+    uint32_t IndependentGroup() const override { return 1; }
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {

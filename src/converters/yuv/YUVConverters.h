@@ -69,6 +69,8 @@ class YUVGroupsTo : public YUVTo {
 public:
     using YUVTo::YUVTo;
 
+    uint32_t IndependentGroup() const override { return Layout::kPixels; }
+
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
         return ConvertGroups<Layout, Output>(source, destination, width / Layout::kPixels, 0);
@@ -103,6 +105,7 @@ public:
 
     // Six bytes per four pixels, rounded down (32-bit arithmetic, wraps like the base).
     uint32_t GetSourceLineSize(uint32_t width) const override { return width * 3u / 2u; }
+    uint32_t IndependentGroup() const override { return 4; }
 
     // A width that is not a multiple of 4 counts one pixel less, then whole groups are
     // rounded up: widths 6 and 7 write 8 pixels, width 5 writes 4. Destination lines
@@ -131,6 +134,7 @@ public:
           mSourceShift(sourceShift) {}
 
     uint32_t GetSourceShift() const { return mSourceShift; }
+    uint32_t IndependentGroup() const override { return 2; }
 
     ZnUtilsLib::Result ConvertLines(const unsigned char* source, unsigned char* destination,
                                     uint32_t width) const override {
