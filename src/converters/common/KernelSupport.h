@@ -75,6 +75,10 @@ public:
     virtual uint32_t IndependentGroup() const { return 0; }
 };
 
+// Below this many pixels a frame's few line calls cost less than the vector row's dispatch
+// for the one longer line.
+constexpr uint64_t kFewestContinuousPixels = 256;
+
 // The width of the one line that converts this frame as the walk would line by line, or
 // 0 when it must be walked: lines padded or wider than the frame, interlaced, a width
 // that splits a group, sizes past 32 bits.
