@@ -223,9 +223,16 @@ private:
     // nibble from each half (a shuffle reads 0 for an index with its top bit set, which
     // keeps each half to its own values), its bit by the high nibble.
     HWY_INLINE V8 LessOne(D8 d, V8 v) const {
-        const V8 entry = hn::Or(hn::TableLookupBytesOr0(hn::LoadDup128(d, mLessOne), v),
+#if HWY_ARCH_X86
+        // x86's shuffle reads only an index's low nibble and top bit.
+        const V8 index = v;
+#else
+        // Elsewhere an index must be below 16 or have its top bit set.
+        const V8 index = hn::And(v, hn::Set(d, 0x8F));
+#endif
+        const V8 entry = hn::Or(hn::TableLookupBytesOr0(hn::LoadDup128(d, mLessOne), index),
                                 hn::TableLookupBytesOr0(hn::LoadDup128(d, mLessOne + 16),
-                                                        hn::Xor(v, hn::Set(d, 0x80))));
+                                                        hn::Xor(index, hn::Set(d, 0x80))));
         alignas(16) static constexpr uint8_t kBits[16] = {1, 2, 4, 8, 16, 32, 64, 128,
                                                           1, 2, 4, 8, 16, 32, 64, 128};
         const V8 bit = hn::TableLookupBytes(hn::LoadDup128(d, kBits), hn::ShiftRight<4>(v));
