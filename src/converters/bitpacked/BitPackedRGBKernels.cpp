@@ -23,6 +23,7 @@ using V32 = hn::Vec<D32>;
 
 // Byte 0 holds the low bits and is skipped; bytes 1, 2, 3 are B, G, R.
 struct Bgr10V1 {
+    static constexpr size_t kBytesPer4 = 16;
     const uint8_t* line;
     HWY_INLINE void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
         V8 low;
@@ -34,6 +35,7 @@ struct Bgr10V1 {
 // way round); each channel's top eight bits.
 template <bool kRedLow>
 struct Word10 {
+    static constexpr size_t kBytesPer4 = 16;
     const uint8_t* line;
     // Low bytes of the 32-bit lanes of four vectors, in order.
     static V8 LowBytes32(D8 d, const V32 w[4]) {
@@ -63,6 +65,7 @@ struct Word10 {
 // R1 = 5, G1 = 6, B1 = 8. Read as 3-byte units, those are the first and last bytes of
 // units 3k, 3k + 1 and 3k + 2; a second deinterleave of each by three sorts them by pair.
 struct Rgb12V1 {
+    static constexpr size_t kBytesPer4 = 18;
     const uint8_t* line;
     using DH = hn::Half<D8>;
     using VH = hn::Vec<DH>;

@@ -20,6 +20,7 @@ using D16 = hn::Repartition<uint16_t, D8>;
 using V16 = hn::Vec<D16>;
 
 struct Gray8 {
+    static constexpr size_t kBytesPer4 = 4;
     const uint8_t* line;
     int shift;
     HWY_INLINE V8 Decode(D8 d, size_t i) const {
@@ -29,6 +30,7 @@ struct Gray8 {
 };
 
 struct Gray16 {
+    static constexpr size_t kBytesPer4 = 8;
     const uint8_t* line;
     int shift;
     HWY_INLINE V8 Decode(D8 d, size_t i) const {
@@ -41,6 +43,7 @@ struct Gray16 {
 
 // (s + 128) mod 256 is the top bit flipped.
 struct Signed8 {
+    static constexpr size_t kBytesPer4 = 4;
     const uint8_t* line;
     HWY_INLINE V8 Decode(D8 d, size_t i) const {
         return hn::Xor(hn::LoadU(d, line + i), hn::Set(d, 0x80));

@@ -26,6 +26,7 @@ using V16 = hn::Vec<D16>;
 // Byte channels at offsets R, G, B of Bytes-byte pixels.
 template <size_t Bytes, size_t R, size_t G, size_t B>
 struct ByteChannels {
+    static constexpr size_t kBytesPer4 = 4 * Bytes;
     const uint8_t* line;
     HWY_INLINE void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
         V8 c[4];
@@ -42,6 +43,7 @@ struct ByteChannels {
 // right and cut to their low 8 bits.
 template <size_t Words, size_t R, size_t G, size_t B>
 struct WordChannels {
+    static constexpr size_t kBytesPer4 = 8 * Words;
     const uint8_t* line;
     uint32_t shift;
     void Half(D16 dw, const uint16_t* p, V16 c[4]) const {
@@ -66,6 +68,7 @@ struct WordChannels {
 
 // 5:6:5 little-endian words, red high; each field in the high bits of its byte.
 struct Rgb565 {
+    static constexpr size_t kBytesPer4 = 8;
     const uint8_t* line;
     HWY_INLINE void Decode(D8 d, size_t i, V8& r, V8& g, V8& b) const {
         const D16 dw;

@@ -131,6 +131,7 @@ struct Decoder {
 // One pixel a group, samples at byte offsets Y, U, V.
 template <size_t Y, size_t U, size_t V>
 struct Triplets {
+    static constexpr size_t kBytesPer4 = 12;
     const uint8_t* line;
     void Load(D8 d, size_t i, V8& y, V8& u, V8& v) const {
         V8 c[3];
@@ -285,8 +286,7 @@ uint32_t BlockedLoop(const Rows& rows, const RowOutput& out, uint32_t width, con
     // Local copies: the stores may not alias them, so they stay in registers.
     const Rows source = rows;
     unsigned char* const line = out.line;
-    for (size_t i = 0;; i += n) {
-        i = LastVectorAt(i, n, width);
+    ForEachVector(n, width, SecondVectorFor(source, line, 16, n), [&](size_t i) {
         V8 r, g, b;
         source.DecodeBlocked(d, i, r, g, b);
         filter.Apply(d, r, g, b);
@@ -295,8 +295,7 @@ uint32_t BlockedLoop(const Rows& rows, const RowOutput& out, uint32_t width, con
         } else {
             StoreBlocked4(d, r, g, b, alpha, line + 4 * i);
         }
-        if (i + n == width) break;
-    }
+    });
     return width;
 }
 
@@ -354,6 +353,7 @@ HWY_INLINE V16 Blue(const PairLanes& p) {
 // Two pixels a 4-byte group, samples at byte offsets Y0, U, Y1, V.
 template <int Y0, int U, int Y1, int V>
 struct Groups422 {
+    static constexpr size_t kBytesPer4 = 8;
     const uint8_t* line;
 
     HWY_INLINE static PairLanes Pairs(V8 groups) {
@@ -396,6 +396,7 @@ struct Groups422 {
 // Y0 U Y1 V in words, shifted right; a sample above 255 after the shift is full scale.
 // Cut to bytes, they are the 8-bit layout.
 struct WordGroups {
+    static constexpr size_t kBytesPer4 = 16;
     const uint8_t* line;
     int shift;
     V16 Eight(D16 dw, const uint16_t* p) const {
@@ -414,6 +415,7 @@ struct WordGroups {
 // U Y0 Y1 V Y2 Y3: a group is three words (U|Y0, Y1|V, Y2|Y3), and its four pixels one
 // 32-bit lane.
 struct Quads411 {
+    static constexpr size_t kBytesPer4 = 6;
     const uint8_t* line;
     void Load(D8 d, size_t i, V8& y, V8& u, V8& v) const {
         using D32 = hn::Repartition<uint32_t, D8>;
