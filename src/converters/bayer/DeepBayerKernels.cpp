@@ -72,14 +72,12 @@ uint32_t BlockPair(const Line& top, const Line& bottom, int up, unsigned char* o
     const D16 d;
     const size_t n = hn::Lanes(d);
     if (count < n) return 0;
-    for (size_t i = 0;; i += n) {
-        i = LastVectorAt(i, n, count);
+    ForEachVector(n, count, SecondVectorAt(out0, 4 * 6, n), [&](size_t i) {
         const Colour32 c = BlockColourOf<Layout>(Split(top.Load(d, i)), Split(bottom.Load(d, i)));
         const V16 r = Join(c.r, c.r, up), g = Join(c.g, c.g, up), b = Join(c.b, c.b, up);
         Put<kBlueFirst>(d, out0, i, r, g, b);
         Put<kBlueFirst>(d, out1, i, r, g, b);
-        if (i + n == count) break;
-    }
+    });
     return count;
 }
 
@@ -119,16 +117,14 @@ uint32_t NeighbourhoodPair(const Line lines[4], int up, unsigned char* out0, uns
     // Pixel 1 on: three words a pixel.
     out0 += 6;
     out1 += 6;
-    for (size_t i = 0;; i += n) {
-        i = LastVectorAt(i, n, pixels);
+    ForEachVector(n, pixels, SecondVectorAt(out0, 4 * 6, n), [&](size_t i) {
         const Around above = AroundOf(d, lines[0], i), top = AroundOf(d, lines[1], i);
         const Around bottom = AroundOf(d, lines[2], i), below = AroundOf(d, lines[3], i);
         Interior<kBlueFirst, kSiteOf[Layout][1], kSiteOf[Layout][0]>(d, above, top, bottom, up,
                                                                      out0, i);
         Interior<kBlueFirst, kSiteOf[Layout][3], kSiteOf[Layout][2]>(d, top, bottom, below, up,
                                                                      out1, i);
-        if (i + n == pixels) break;
-    }
+    });
     return steps;
 }
 

@@ -295,13 +295,11 @@ void StoreLine(const Job& job, const ChannelLines& lines, uint32_t y) {
     const size_t n = hn::Lanes(d), width = job.width;
     const bool blueFirst = job.store == Store::kBGR48;
     uint16_t* words = reinterpret_cast<uint16_t*>(line);
-    for (size_t i = 0;; i += n) {
-        i = LastVectorAt(i, n, width);
+    ForEachVector(n, width, SecondVectorAt(words, 4 * 6, n), [&](size_t i) {
         const auto r = hn::LoadU(d, lines.wide[0] + i), g = hn::LoadU(d, lines.wide[1] + i),
                    b = hn::LoadU(d, lines.wide[2] + i);
         hn::StoreInterleaved3(blueFirst ? b : r, g, blueFirst ? r : b, d, words + 3 * i);
-        if (i + n == width) break;
-    }
+    });
 }
 
 // Whole pairs 0 ... width / 2 - 1 of source line y into row, without a filter.
@@ -310,8 +308,8 @@ void DecodePairs(D d, const Job& job, uint32_t y, const PhaseRow<T>& row) {
     const unsigned char* line = job.source + y * job.sourceStride;
     const size_t n = hn::Lanes(d), pairs = job.width / 2;
     const hn::RebindToUnsigned<D> du;
-    for (size_t p = 0;; p += n) {
-        p = LastVectorAt(p, n, pairs);
+    // A lane holds a pair: two source samples of sizeof(T) / 2 bytes.
+    ForEachVector(n, pairs, SecondVectorAt(line, 4 * sizeof(T), n), [&](size_t p) {
         const auto store = [&](hn::Vec<decltype(du)> even, hn::Vec<decltype(du)> odd) {
             hn::StoreU(hn::BitCast(d, even), d, row.phase[0] + kPadPairs + p);
             hn::StoreU(hn::BitCast(d, odd), d, row.phase[1] + kPadPairs + p);
@@ -329,8 +327,7 @@ void DecodePairs(D d, const Job& job, uint32_t y, const PhaseRow<T>& row) {
             store(hn::Min(hn::ShiftRightSame(hn::And(w, hn::Set(du, 0xFFFFu)), down), most),
                   hn::Min(hn::ShiftRightSame(hn::ShiftRight<16>(w), down), most));
         }
-        if (p + n == pairs) break;
-    }
+    });
 }
 
 template <class D>
@@ -420,12 +417,10 @@ private:
         }
         const D d;
         const size_t n = hn::Lanes(d);
-        for (size_t p = 0;; p += n) {
-            p = LastVectorAt(p, n, mPairs);
+        ForEachVector(n, mPairs, n, [&](size_t p) {
             const ptrdiff_t q = static_cast<ptrdiff_t>(p);
             PutRoles(d, pairsAt(q), xIsRed, mJob.form.bits, wide, mChannels, q);
-            if (p + n == mPairs) break;
-        }
+        });
         StoreLine(mJob, mChannels, y);
     }
 
@@ -443,14 +438,13 @@ private:
         const RowOutput out{mJob.destination + y * mJob.destinationStride,
                             Demosaic::PlaneSize(mJob), Kind, nullptr};
         const size_t n = hn::Lanes(d);
-        for (size_t p = 0;; p += n) {
-            p = LastVectorAt(p, n, mPairs);
+        const size_t aligned = SecondVectorAt(out.line, 8 * PixelBytes(Kind), n);
+        ForEachVector(n, mPairs, aligned, [&](size_t p) {
             const Roles<V> v = pairsAt(static_cast<ptrdiff_t>(p));
             const V8 x = join(v.x[0], v.x[1]), g = join(v.g[0], v.g[1]),
                      other = join(v.y[0], v.y[1]);
             ColourStore<Kind>::Put(d8, out, 2 * p, xIsRed ? x : other, g, xIsRed ? other : x);
-            if (p + n == mPairs) break;
-        }
+        });
     }
 
     static constexpr size_t kMosaicRows = 8;  // a line's rule reaches 3 mosaic lines away
@@ -497,8 +491,7 @@ private:
         const D d;
         const size_t n = hn::Lanes(d), count = mPairs + 2;
         const V most = hn::Set(d, mMost);
-        for (size_t i = 0;; i += n) {
-            i = LastVectorAt(i, n, count);
+        ForEachVector(n, count, n, [&](size_t i) {
             const ptrdiff_t p = static_cast<ptrdiff_t>(i) - 1;
             const auto green =
                 greenPhase == 0 ? EdgeGreen<0>(d, rows, p, most) : EdgeGreen<1>(d, rows, p, most);
@@ -506,8 +499,7 @@ private:
             hn::StoreU(hn::LoadU(d, rows[2].phase[x & 1] + p + x / 2), d,
                        held.row.phase[greenPhase] + kPadPairs + p);
             hn::StoreU(green, d, held.row.phase[1 - greenPhase] + kPadPairs + p);
-            if (i + n == count) break;
-        }
+        });
         return held.row;
     }
 

@@ -38,7 +38,7 @@ struct Word10 {
     static constexpr size_t kBytesPer4 = 16;
     const uint8_t* line;
     // Low bytes of the 32-bit lanes of four vectors, in order.
-    static V8 LowBytes32(D8 d, const V32 w[4]) {
+    HWY_INLINE static V8 LowBytes32(D8 d, const V32 w[4]) {
         const D16 dw;
         const V16 first = hn::ConcatEven(dw, hn::BitCast(dw, w[1]), hn::BitCast(dw, w[0]));
         const V16 second = hn::ConcatEven(dw, hn::BitCast(dw, w[3]), hn::BitCast(dw, w[2]));
@@ -70,7 +70,7 @@ struct Rgb12V1 {
     using DH = hn::Half<D8>;
     using VH = hn::Vec<DH>;
     // Pixels in order from the values of the first and second pixels of pairs.
-    static V8 InPairs(D8 d, VH first, VH second) {
+    HWY_INLINE static V8 InPairs(D8 d, VH first, VH second) {
         HWY_ALIGN uint8_t buffer[hn::MaxLanes(D8())];
         hn::StoreInterleaved2(first, second, DH(), buffer);
         return hn::Load(d, buffer);
@@ -101,7 +101,7 @@ struct Planes {
     const uint8_t* line;
     size_t planeSize;
     uint32_t shift;
-    V8 Channel(D8 d, const uint8_t* plane, size_t i) const {
+    HWY_INLINE V8 Channel(D8 d, const uint8_t* plane, size_t i) const {
         const int count = static_cast<int>(shift);
         if constexpr (sizeof(Sample) == 1) {
             const V8 v = hn::LoadU(d, plane + i);

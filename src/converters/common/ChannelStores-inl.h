@@ -342,16 +342,11 @@ struct GrayStore<OutputKind::kGray16> : GrayWordStore<8> {};
 // ---------------------------------------------------------------------------------------
 // Row loops over any decoder and output.
 //
-// A line of at least one vector is converted whole: after the whole vectors, one more
-// ends exactly at the line end, overlapping the one before it and writing its bytes
-// again. Every vector starts at a multiple of 4 pixels from either end, which keeps the
-// phase of 2- and 4-pixel groups and Bayer columns whenever the width is a multiple of
-// the group.
-
-// Where the vector starting at i goes: at i, or pulled back to end at `width`.
-HWY_INLINE size_t LastVectorAt(size_t i, size_t n, size_t width) {
-    return i + n > width ? width - n : i;
-}
+// A line of at least one vector is converted whole: the first vector at its start, the
+// second where one stream turns aligned, then whole vectors, and one more ending exactly at
+// the line end; a vector may overlap the one before it and write its bytes again. Every
+// vector starts at a multiple of 4 pixels from either end, which keeps the phase of 2- and
+// 4-pixel groups and Bayer columns whenever the width is a multiple of the group.
 
 // The first vector of a line starts at 0 and the second where one stream of the line (the
 // anchor) reaches a vector-aligned address, when that is within one vector and keeps the
@@ -364,7 +359,7 @@ inline size_t SecondVectorAt(const void* anchor, size_t stepBytes, size_t n) {
     constexpr size_t kAlign = HWY_MIN(64, hn::MaxLanes(D8()));
     const size_t gap = (kAlign - reinterpret_cast<uintptr_t>(anchor) % kAlign) % kAlign;
     const size_t twos = stepBytes & (~stepBytes + 1);  // the largest power of two dividing it
-    if (gap == 0 || twos >= kAlign || gap % twos != 0) return n;
+    if (gap == 0 || stepBytes == 0 || twos >= kAlign || gap % twos != 0) return n;
     // steps × stepBytes ≡ gap (mod kAlign): the odd part of stepBytes is invertible modulo
     // the power of two kAlign / twos (each Newton step doubles the valid bits).
     const size_t odd = stepBytes / twos, modulus = kAlign / twos;

@@ -52,6 +52,7 @@ struct Signed8 {
 
 // Pair decoders: the first and second pixels of groups k .. k + N - 1.
 struct Gray8Pairs {
+    static constexpr size_t kBytesPer4 = 8;
     const uint8_t* line;
     int shift;
     HWY_INLINE void Decode(D8 d, size_t k, V8& first, V8& second) const {
@@ -66,6 +67,7 @@ struct Gray8Pairs {
 };
 
 struct Gray16Pairs {
+    static constexpr size_t kBytesPer4 = 16;
     const uint8_t* line;
     int shift;
     HWY_INLINE void Decode(D8 d, size_t k, V8& first, V8& second) const {
@@ -81,8 +83,9 @@ struct Gray16Pairs {
 };
 
 struct PackedGEV {
+    static constexpr size_t kBytesPer4 = 12;
     const uint8_t* line;
-    void Decode(D8 d, size_t k, V8& first, V8& second) const {
+    HWY_INLINE void Decode(D8 d, size_t k, V8& first, V8& second) const {
         V8 middle;
         hn::LoadInterleaved3(d, line + 3 * k, first, middle, second);
     }
@@ -90,9 +93,10 @@ struct PackedGEV {
 
 // p0 = b0 | (b1 & 0x0F) << 8, p1 = b1 >> 4 | b2 << 4, each shifted right and cut to 8 bits.
 struct Packed12 {
+    static constexpr size_t kBytesPer4 = 12;
     const uint8_t* line;
     int shift;
-    V8 Samples(D8 d, V8 low, V8 highNibble) const {
+    HWY_INLINE V8 Samples(D8 d, V8 low, V8 highNibble) const {
         const D16 dw;
         const auto half = [&](auto lowHalf, auto highHalf) {
             const V16 v =
@@ -103,7 +107,7 @@ struct Packed12 {
         return LowBytes(d, half(hn::LowerHalf(dh, low), hn::LowerHalf(dh, highNibble)),
                         half(hn::UpperHalf(dh, low), hn::UpperHalf(dh, highNibble)));
     }
-    void Decode(D8 d, size_t k, V8& first, V8& second) const {
+    HWY_INLINE void Decode(D8 d, size_t k, V8& first, V8& second) const {
         V8 b0, b1, b2;
         hn::LoadInterleaved3(d, line + 3 * k, b0, b1, b2);
         if (shift == 4) {
@@ -125,20 +129,21 @@ uint32_t PairLoop(const Decoder& decoder, const RowOutput& out, uint32_t pairs) 
     const D8 d;
     const size_t n = hn::Lanes(d);
     if (pairs < n) return 0;
-    for (size_t k = 0;; k += n) {
-        k = LastVectorAt(k, n, pairs);
+    const Decoder source = decoder;
+    const RowOutput output = out;
+    const size_t aligned = SecondVectorFor(decoder, out.line, 8 * PixelBytes(Kind), n);
+    ForEachVector(n, pairs, aligned, [&](size_t k) {
         V8 first, second;
-        decoder.Decode(d, k, first, second);
+        source.Decode(d, k, first, second);
         if constexpr (Kind == OutputKind::kGray8) {
-            hn::StoreInterleaved2(first, second, d, out.line + 2 * k);
+            hn::StoreInterleaved2(first, second, d, output.line + 2 * k);
         } else {
             V8 low, high;
             InOrder(d, first, second, low, high);
-            GrayStore<Kind>::Put(d, out, 2 * k, low);
-            GrayStore<Kind>::Put(d, out, 2 * k + n, high);
+            GrayStore<Kind>::Put(d, output, 2 * k, low);
+            GrayStore<Kind>::Put(d, output, 2 * k + n, high);
         }
-        if (k + n == pairs) break;
-    }
+    });
     return pairs;
 }
 
@@ -172,22 +177,23 @@ uint32_t DualTapLoop(const Decoder& decoder, const RowOutput& out, uint32_t half
     const D8 d;
     const size_t n = hn::Lanes(d);
     if (half < n) return 0;
-    for (size_t k = 0;; k += n) {
-        k = LastVectorAt(k, n, half);
+    const Decoder source = decoder;
+    const RowOutput output = out;
+    // The output's halves may run backwards: only the source can be kept aligned.
+    ForEachVector(n, half, SecondVectorFor(decoder, nullptr, 0, n), [&](size_t k) {
         V8 first, second;
-        decoder.Decode(d, k, first, second);
+        source.Decode(d, k, first, second);
         if (leftStep == 1) {
-            GrayStore<Kind>::Put(d, out, k, first);
+            GrayStore<Kind>::Put(d, output, k, first);
         } else {
-            GrayStore<Kind>::Put(d, out, half - k - n, ReverseBytes(d, first));
+            GrayStore<Kind>::Put(d, output, half - k - n, ReverseBytes(d, first));
         }
         if (rightStep == 1) {
-            GrayStore<Kind>::Put(d, out, half + k, second);
+            GrayStore<Kind>::Put(d, output, half + k, second);
         } else {
-            GrayStore<Kind>::Put(d, out, 2 * size_t{half} - k - n, ReverseBytes(d, second));
+            GrayStore<Kind>::Put(d, output, 2 * size_t{half} - k - n, ReverseBytes(d, second));
         }
-        if (k + n == half) break;
-    }
+    });
     return half;
 }
 

@@ -213,17 +213,15 @@ HWY_INLINE void Compact256(const uint8_t* s, uint8_t* o) {
     _mm256_storeu_si256(v + 2, _mm256_blend_epi32(t[2], t[3], 0xFC));
 }
 
-// Groups of n pixels over a line of at least n, the last one ending at the line end. Two
-// groups an iteration keep the loop's own work small beside the memory traffic.
-template <class Group>
-HWY_INLINE void ForEachGroup(size_t width, size_t n, const Group& group) {
-    size_t i = 0;
-    for (; i + 2 * n <= width; i += 2 * n) {
-        group(i);
-        group(i + n);
-    }
-    for (; i + n <= width; i += n) group(i);
-    if (i != width) group(width - n);
+// Groups of n pixels over a line of at least n, the last one ending at the line end, the
+// wider of source and output kept aligned from the second group on.
+template <class Plan, class Group>
+HWY_INLINE void ForEachGroup(const uint8_t* source, const uint8_t* out, size_t width, size_t n,
+                             const Group& group) {
+    const size_t aligned = Plan::kSourceBytes >= Plan::kOutBytes
+                               ? SecondVectorAt(source, 4 * Plan::kSourceBytes, n)
+                               : SecondVectorAt(out, 4 * Plan::kOutBytes, n);
+    ForEachVector(n, width, aligned, group);
 }
 
 template <class Plan, size_t... V>
@@ -246,7 +244,7 @@ uint32_t SwapRow256(const uint8_t* source, uint8_t* out, uint32_t width,
             (SwapVector256<Plan, V>(s, o, indexA, indexB, alpha), ...);
         }
     };
-    ForEachGroup(width, n, group);
+    ForEachGroup<Plan>(source, out, width, n, group);
     return width;
 }
 
@@ -321,7 +319,7 @@ uint32_t SwapRow(const uint8_t* source, uint8_t* out, uint32_t width, std::index
         uint8_t* o = out + Plan::kOutBytes * i;
         (_mm512_storeu_si512(o + 64 * V, SwapVector512<Plan, V>(s, index)), ...);
     };
-    ForEachGroup(width, n, group);
+    ForEachGroup<Plan>(source, out, width, n, group);
     return width;
 }
 

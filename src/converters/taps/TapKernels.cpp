@@ -59,13 +59,11 @@ uint32_t EveryOtherByteRow(const unsigned char* source, unsigned char* destinati
     const size_t n = hn::Lanes(d);
     if (width == 0 || width - 1 < n) return 0;
     const size_t end = width - 1;
-    for (size_t i = 0;; i += n) {
-        i = LastVectorAt(i, n, end);
+    ForEachVector(n, end, SecondVectorAt(source, 4 * 2, n), [&](size_t i) {
         V8 even, odd;
         hn::LoadInterleaved2(d, source + 2 * i, even, odd);
         hn::StoreU(even, d, destination + i);
-        if (i + n == end) break;
-    }
+    });
     return static_cast<uint32_t>(end);
 }
 #else

@@ -72,7 +72,7 @@ public:
         : mIndex(_mm512_load_si512(stream.bytesPerBlock == k10p.bytesPerBlock ? kIndex10p.bytes
                                                                               : kIndex12p.bytes)) {}
     static size_t Reach(const BitStream&) { return 64; }
-    V8 Gather(D8, const uint8_t* p) const {
+    HWY_INLINE V8 Gather(D8, const uint8_t* p) const {
         return V8{_mm512_permutexvar_epi8(mIndex, _mm512_loadu_si512(p))};
     }
 
@@ -88,7 +88,7 @@ public:
     static size_t Reach(const BitStream& stream) {
         return (hn::Lanes(D8()) / 16 - 1) * stream.bytesPerBlock + 16;
     }
-    V8 Gather(D8 d, const uint8_t* p) const {
+    HWY_INLINE V8 Gather(D8 d, const uint8_t* p) const {
         return hn::TableLookupBytes(LoadBlocks(d, p, mStep), mPairs);
     }
 
@@ -172,12 +172,10 @@ uint32_t WordsRow(uint32_t bits, uint32_t shift, const unsigned char* source,
     const auto most = hn::Set(d, static_cast<uint16_t>((1u << bits) - 1));
     const auto* in = reinterpret_cast<const uint16_t*>(source);
     auto* out = reinterpret_cast<uint16_t*>(destination);
-    for (size_t i = 0;; i += n) {
-        if (i + n > count) i = count - n;
+    ForEachVector(n, count, SecondVectorAt(in, 4 * 2, n), [&](size_t i) {
         const auto v = hn::Min(hn::LoadU(d, in + i), most);
         hn::StoreU(hn::ShiftLeftSame(v, static_cast<int>(shift)), d, out + i);
-        if (i + n == count) break;
-    }
+    });
     return count;
 }
 

@@ -133,7 +133,7 @@ template <size_t Y, size_t U, size_t V>
 struct Triplets {
     static constexpr size_t kBytesPer4 = 12;
     const uint8_t* line;
-    void Load(D8 d, size_t i, V8& y, V8& u, V8& v) const {
+    HWY_INLINE void Load(D8 d, size_t i, V8& y, V8& u, V8& v) const {
         V8 c[3];
         hn::LoadInterleaved3(d, line + 3 * i, c[0], c[1], c[2]);
         y = c[Y], u = c[U], v = c[V];
@@ -417,7 +417,7 @@ struct WordGroups {
 struct Quads411 {
     static constexpr size_t kBytesPer4 = 6;
     const uint8_t* line;
-    void Load(D8 d, size_t i, V8& y, V8& u, V8& v) const {
+    HWY_INLINE void Load(D8 d, size_t i, V8& y, V8& u, V8& v) const {
         using D32 = hn::Repartition<uint32_t, D8>;
         const D32 dq;
         const hn::Rebind<uint16_t, D32> dw;
