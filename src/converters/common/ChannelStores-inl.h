@@ -397,13 +397,14 @@ HWY_INLINE size_t SecondVectorFor(const Decoder& decoder, const void* out, size_
 // overlap the one before them).
 template <class Body>
 HWY_INLINE void ForEachVector(size_t n, size_t count, size_t second, const Body& body) {
-    const size_t last = count - n;
-    size_t i = 0, next = HWY_MIN(second, last);
-    for (;;) {
-        body(i);
+    const ptrdiff_t last = static_cast<ptrdiff_t>(count - n);
+    // Only `start` is carried from one vector to the next (one add): the clamps to the
+    // line's first and last vector stay off that chain.
+    for (ptrdiff_t start = static_cast<ptrdiff_t>(second) - static_cast<ptrdiff_t>(n);;
+         start += static_cast<ptrdiff_t>(n)) {
+        const ptrdiff_t i = HWY_MIN(HWY_MAX(start, 0), last);
+        body(static_cast<size_t>(i));
         if (i == last) break;
-        i = next;
-        next = HWY_MIN(i + n, last);
     }
 }
 
@@ -483,7 +484,7 @@ uint32_t GrayLoop(const Decoder& decoder, const RowOutput& out, uint32_t width) 
     if (width < n) return 0;
     const Decoder source = decoder;
     const RowOutput output = out;
-    const size_t aligned = SecondVectorFor(decoder, out.line, 4 * PixelBytes(Kind), n);
+    const size_t aligned = SecondVectorAt(out.line, 4 * PixelBytes(Kind), n);
     ForEachVector(n, width, aligned,
                   [&](size_t i) { GrayStore<Kind>::Put(d, output, i, source.Decode(d, i)); });
     return width;
@@ -522,6 +523,24 @@ uint32_t GrayRow(const Decoder& decoder, const RowOutput& out, uint32_t width) {
 inline V8 LowBytes(D8 d, hn::Vec<hn::Repartition<uint16_t, D8>> first,
                    hn::Vec<hn::Repartition<uint16_t, D8>> second) {
     return hn::ConcatEven(d, hn::BitCast(d, second), hn::BitCast(d, first));
+}
+
+// Signed 16-bit lanes of two vectors, clamped to bytes, in order.
+HWY_INLINE V8 PackInOrder(hn::Vec<hn::Repartition<uint16_t, D8>> first,
+                          hn::Vec<hn::Repartition<uint16_t, D8>> second) {
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
+    const __m512i packed = _mm512_packus_epi16(first.raw, second.raw);
+    return V8{_mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), packed)};
+#elif HWY_TARGET == HWY_AVX2
+    return V8{_mm256_permute4x64_epi64(_mm256_packus_epi16(first.raw, second.raw), 0xD8)};
+#elif HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_SSSE3
+    return V8{_mm_packus_epi16(first.raw, second.raw)};
+#else
+    const hn::Repartition<int16_t, D8> di;
+    const hn::Half<D8> dh;
+    return hn::Combine(D8(), hn::DemoteTo(dh, hn::BitCast(di, second)),
+                       hn::DemoteTo(dh, hn::BitCast(di, first)));
+#endif
 }
 
 // Bytes in reverse order, through 16-bit lanes, whose reversal every target has.

@@ -217,23 +217,6 @@ HWY_INLINE V16 MulAddBytes(V16 pairs) {
 #endif
 }
 
-// Signed 16-bit lanes of two vectors, clamped to bytes, in order.
-HWY_INLINE V8 PackInOrder(V16 first, V16 second) {
-#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
-    const __m512i packed = _mm512_packus_epi16(first.raw, second.raw);
-    return V8{_mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), packed)};
-#elif HWY_TARGET == HWY_AVX2
-    return V8{_mm256_permute4x64_epi64(_mm256_packus_epi16(first.raw, second.raw), 0xD8)};
-#elif HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_SSSE3
-    return V8{_mm_packus_epi16(first.raw, second.raw)};
-#else
-    const DI16 di;
-    const hn::Half<D8> dh;
-    return hn::Combine(D8(), hn::DemoteTo(dh, hn::BitCast(di, second)),
-                       hn::DemoteTo(dh, hn::BitCast(di, first)));
-#endif
-}
-
 // Where vectors span several 128-bit blocks, the 4:2:2 rows with 32-bit output skip every
 // move across blocks after the load: the byte-pair pack and the interleaving store both
 // work within blocks, so the load permutes the source's 4-pixel quads to make the two
